@@ -1,0 +1,12 @@
+# Fails unless the library's dynamic symbol table defines exactly the two entry points.
+execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "${NM} could not read ${LIBRARY}")
+endif()
+string(REGEX MATCHALL "[^ \n]+\n" names "${symbols}")
+list(TRANSFORM names STRIP)
+list(SORT names)
+if(NOT names STREQUAL "VEK_DSP_DeInitModule;VEK_DSP_InitModule")
+  message(FATAL_ERROR "exported symbols: ${names}")
+endif()
+message(STATUS "exports: ${names}")
