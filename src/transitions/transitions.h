@@ -5,9 +5,9 @@
 #include "module/effect.h"
 
 // cut_fade.cpp
-DECLARE_PENDING_EFFECT(TR_NoEffect, TwoInputs, 24, 1)
-DECLARE_PENDING_EFFECT(TR_Fade, TwoInputs, 24, 1)
-DECLARE_PENDING_EFFECT(TR_Blending, TwoInputs, 24, 1)
+DECLARE_EFFECT(TR_NoEffect, 24, 1)
+DECLARE_EFFECT(TR_Fade, 24, 1)
+DECLARE_EFFECT(TR_Blending, 24, 1)
 
 // wipe.cpp
 DECLARE_PENDING_EFFECT(TR_Wipe, TwoInputs, 24, 2)

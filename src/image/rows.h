@@ -1,0 +1,53 @@
+// The rows an effect visits, and the split of a whole frame's rows over worker tasks.
+#pragma once
+
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_for.h>
+#include <tbb/partitioner.h>
+
+#include "vek_dsp/abi.h"
+
+namespace vek {
+
+// The rows of one FieldMode: the even field is rows 0, 2, 4 ... (the last row of an odd height
+// belongs to it), the odd field rows 1, 3, 5 ...; any other mode is the whole frame.
+struct RowSet {
+  int first;
+  int step;
+  int count;
+};
+
+constexpr RowSet RowsFor(int32_t fieldMode, int height) {
+  if (height <= 0) return {0, 1, 0};
+  if (fieldMode == VEK_FIELD_EVEN) return {0, 2, (height + 1) / 2};
+  if (fieldMode == VEK_FIELD_ODD) return {1, 2, height / 2};
+  return {0, 1, height};
+}
+
+template <class RowFn> void ForEachRow(RowSet rows, RowFn&& row) {
+  for (int k = 0, y = rows.first; k < rows.count; ++k, y += rows.step) row(y);
+}
+
+// Task k of n takes rows [trunc(k * h / n), trunc((k + 1) * h / n)).
+inline int BandStart(int task, int tasks, int height) {
+  // Kept on purpose: the bounds are computed in single precision, as hosts expect the bands.
+  return int(float(task) * float(height) / float(tasks));
+}
+
+// Runs band(y0, y1) over disjoint bands that cover [0, height): one loop below two workers,
+// otherwise one oneTBB task per worker.
+template <class Band> void ParallelRows(int32_t workers, int height, Band&& band) {
+  if (height <= 0) return;
+  if (workers < 2) return band(0, height);
+  tbb::parallel_for(
+      tbb::blocked_range<int>(0, workers),
+      [&](const tbb::blocked_range<int>& tasks) {
+        for (int k = tasks.begin(); k != tasks.end(); ++k) {
+          const int y0 = BandStart(k, workers, height), y1 = BandStart(k + 1, workers, height);
+          if (y0 < y1) band(y0, y1);
+        }
+      },
+      tbb::auto_partitioner());
+}
+
+}  // namespace vek
