@@ -8,7 +8,7 @@ build_dir=${1:-build}
 shift || true
 
 packages=(cmake ninja-build g++ pkg-config binutils libtbb-dev libgtest-dev libgmock-dev libbenchmark-dev
-          libcli11-dev nlohmann-json3-dev libpng-dev libjpeg62-turbo-dev libsndfile1-dev)
+          libcli11-dev nlohmann-json3-dev libpng-dev libjpeg62-turbo-dev libsndfile1-dev ffmpeg)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")

@@ -3,73 +3,24 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <random>
 #include <set>
 #include <sstream>
 #include <string>
 
 #include "vek_dsp/abi.h"
-
-#if !defined(_WIN32)
-#include <sys/wait.h>
-#endif
+#include "vekhost_run.h"
 
 namespace {
 
-struct Outcome {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-void SetEnvironment(const char* name, const char* value) {
-#if defined(_WIN32)
-  _putenv_s(name, value ? value : "");
-#else
-  if (value) {
-    setenv(name, value, 1);
-  } else {
-    unsetenv(name);
-  }
-#endif
-}
-
-// Runs vekhost with the arguments (already quoted where needed) and collects its output.
-Outcome Vekhost(const std::string& arguments) {
-  // Test programs may run side by side (ctest -j, two build folders), so each run has its own files.
-  static const std::string kProgramTag = std::to_string(std::random_device{}());
-  static int runs = 0;
-  const std::string stem = "vekhost_" + kProgramTag + "_" + std::to_string(++runs);
-  const std::filesystem::path folder = std::filesystem::temp_directory_path();
-  const std::filesystem::path out = folder / (stem + ".out"), err = folder / (stem + ".err");
-  const std::string command =
-      "\"" VEKHOST_PATH "\" " + arguments + " >\"" + out.string() + "\" 2>\"" + err.string() + "\"";
-#if defined(_WIN32)
-  // cmd /c drops the first and the last quote of a line that starts with one.
-  const int status = std::system(("\"" + command + "\"").c_str());
-#else
-  const int waited = std::system(command.c_str());
-  const int status = WIFEXITED(waited) ? WEXITSTATUS(waited) : -1;
-#endif
-  Outcome outcome{status, ReadFile(out), ReadFile(err)};
-  std::filesystem::remove(out);
-  std::filesystem::remove(err);
-  return outcome;
-}
-
-const std::string kPlugin = "--plugin \"" VEK_TEST_PLUGIN_PATH "\" ";
+using vek::test::kPlugin;
+using vek::test::Outcome;
+using vek::test::ReadFile;
+using vek::test::SetEnvironment;
+using vek::test::Vekhost;
 
 // Each needle in the text, each after the one before.
 bool InOrder(const std::string& text, std::initializer_list<const char*> needles) {

@@ -45,7 +45,7 @@ class PluginCopy {
     init_ = reinterpret_cast<VekInitModuleFn>(vek::platform::FindSymbol(module_, "VEK_DSP_InitModule"));
     deInit_ = reinterpret_cast<VekDeInitModuleFn>(vek::platform::FindSymbol(module_, "VEK_DSP_DeInitModule"));
   }
-  ~PluginCopy() { vek::platform::FreeModule(module_); }
+  ~PluginCopy() { vek::platform::UnloadModule(module_); }
 
   bool Loaded() const { return module_ && init_ && deInit_; }
   VekStatus Init(uint64_t* out) const { return init_(out); }
@@ -152,7 +152,7 @@ TEST_F(ModuleEntry, SecondInitLoadsTheLibraryAgain) {
   EXPECT_NE(module.resources, module.instance);
   EXPECT_EQ(PathOf(module.resources), PathOf(first));
   plugin.DeInit();
-  vek::platform::FreeModule(first);  // the reference the second call dropped
+  vek::platform::UnloadModule(first);  // the reference the second call dropped
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ TEST(ResourceLookup, FindsTheLocalisedNameFirstThenRes) {
 }
 
 TEST(Platform, FreeingANullModuleDoesNothing) {
-  vek::platform::FreeModule(nullptr);
+  vek::platform::UnloadModule(nullptr);
   EXPECT_EQ(vek::platform::FindSymbol(nullptr, "VEK_DSP_InitModule"), nullptr);
   EXPECT_EQ(vek::platform::LoadModule(Native("/nonexistent/library.DLL")), nullptr);
 }

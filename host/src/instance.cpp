@@ -19,9 +19,6 @@ int32_t Blend(VekObject*, const uint8_t*, const uint8_t*, uint8_t*, uint32_t, ui
               uint64_t, uint64_t, int32_t, int32_t, int32_t) noexcept {
   return 0;
 }
-int32_t ReleaseBuffer(VekObject*, VekImageBuffer*) noexcept {
-  return 0;
-}
 
 template <std::size_t N>
 std::array<VekOperation, N> Operations(std::size_t slot, VekOperation operation) {
@@ -35,8 +32,6 @@ const auto kHostOperations =
     Operations<32>(VEK_HOST_SLOT_NOTIFY, reinterpret_cast<VekOperation>(static_cast<VekHostNotifyFn>(&DoNothing)));
 const auto kAcceleratorOperations = Operations<32>(
     VEK_ACCELERATOR_SLOT_BLEND, reinterpret_cast<VekOperation>(static_cast<VekAcceleratorBlendFn>(&Blend)));
-const auto kBufferOperations = Operations<8>(
-    VEK_BUFFER_SLOT_RELEASE, reinterpret_cast<VekOperation>(static_cast<VekBufferReleaseFn>(&ReleaseBuffer)));
 
 template <class T>
 const T& Expect(const Param& param, const Value& value) {
@@ -64,14 +59,13 @@ Instance::Instance(const Effect& effect)
       values_(new uint8_t[effect.valueBlockBytes]()),
       hostObject_{kHostOperations.data()},
       accelerator_{kAcceleratorOperations.data()},
-      bufferService_{kBufferOperations.data()},
       record_{} {
   record_.descriptor = effect.descriptor;
   record_.hostObject = &hostObject_;
   record_.privateBlock = privateBlock_.get();
   record_.paramValues = values_.get();
   record_.accelerator = &accelerator_;
-  record_.bufferService = &bufferService_;
+  record_.bufferService = bufferService_.Object();
   Call("Init", effect.descriptor->callbacks.init);
 }
 

@@ -22,7 +22,10 @@ Plugin::Plugin(const std::filesystem::path& path) : path_(path) {
   const std::string shown = path.string();
   if (!platform::FileExists(path.native())) throw Error("no plug-in at " + shown);
   handle_ = platform::LoadModule(path.native());
-  if (!handle_) throw Error("cannot load the plug-in " + shown);
+  if (!handle_) {
+    const std::string reason = platform::LastLoadError();
+    throw Error("cannot load the plug-in " + shown + (reason.empty() ? "" : ": " + reason));
+  }
   try {
     const auto init = reinterpret_cast<VekInitModuleFn>(platform::FindSymbol(handle_, "VEK_DSP_InitModule"));
     const auto deInit = reinterpret_cast<VekDeInitModuleFn>(platform::FindSymbol(handle_, "VEK_DSP_DeInitModule"));
@@ -47,7 +50,7 @@ Plugin::~Plugin() {
 
 void Plugin::Unload() noexcept {
   if (deInit_) deInit_();
-  platform::FreeModule(handle_);
+  platform::UnloadModule(handle_);
 }
 
 }  // namespace vek::host

@@ -9,12 +9,49 @@
 #include <vector>
 
 #include "vekhost/plugin.h"
+#include "vekhost/render.h"
 
 namespace vek::tool {
 
 void ListCommand(const host::Plugin& plugin, bool asJson, std::ostream& out);
 void InfoCommand(const host::Plugin& plugin, std::string_view classId, bool asJson, std::ostream& out);
 void DocsCommand(const host::Plugin& plugin, const std::filesystem::path& output);
+
+// "640x360" as two sides of 1..kMaxFrameSide; throws host::Error.
+struct FrameSize {
+  int width;
+  int height;
+};
+FrameSize ParseSize(std::string_view text);
+
+// The record fields render and bench take from the command line, as given.
+struct SetupArguments {
+  std::string field;  // "", "even" or "odd"
+  std::string layout = "argb";
+  int threads = 0;  // 0: one worker per processor
+  std::string simd = "on";
+  uint32_t seed = 0;
+};
+host::RenderSetup MakeSetup(const SetupArguments& arguments, FrameSize size);
+
+struct RenderRequest {
+  std::string classId;
+  std::string inputA;    // empty: the built-in picture A
+  std::string inputB;    // empty: the built-in picture B
+  std::string progress;  // empty: P1 as the value block holds it (its default unless --set gives it)
+  int frames = 1;
+  std::string output;
+  std::vector<std::string> settings;  // KEY=VALUE
+  std::string size;                   // empty: the first input's size, else 640x360
+  bool resize = false;
+  SetupArguments setup;
+};
+void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std::ostream& out);
+
+void DemoCommand(const host::Plugin& plugin, const std::filesystem::path& output, FrameSize cell, std::ostream& out);
+
+void BenchCommand(const host::Plugin& plugin, std::string_view classId, FrameSize size, const SetupArguments& setup,
+                  std::ostream& out);
 
 // The catalogue by category (ascending), then subclass (by sub-id), each in catalogue order.
 struct SubclassGroup {

@@ -7,6 +7,21 @@
 #include "commands.h"
 #include "vekhost/plugin.h"
 
+namespace {
+
+// The record fields render and bench both take.
+void AddSetupOptions(CLI::App* command, vek::tool::SetupArguments& setup) {
+  command->add_option("--field", setup.field, "One field: even (fieldMode 1) or odd (2); the other rows stay black")
+      ->check(CLI::IsMember({"even", "odd"}));
+  command->add_option("--threads", setup.threads, "workerCount; default: one per processor")
+      ->check(CLI::PositiveNumber);
+  command->add_option("--simd", setup.simd, "on: renderHint 3 (SSE4.1 paths), off: 0")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"on", "off"}));
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   CLI::App app{"Loads the vek_dsp plug-in as a host does and reports its effect catalogue."};
   app.require_subcommand(1);
@@ -25,6 +40,45 @@ int main(int argc, char** argv) {
   info->add_flag("--json", json, "One effect object for tools");
   CLI::App* docs = app.add_subcommand("docs", "Write the effect catalogue in Markdown");
   docs->add_option("-o,--output", output, "File to write, e.g. docs/effects.md")->required();
+
+  vek::tool::RenderRequest render;
+  CLI::App* renderCommand =
+      app.add_subcommand("render", "Render one effect on pictures or videos into PNG files or a video");
+  renderCommand->add_option("EFFECT", render.classId, "Class id, e.g. DSP_TR_Fade")->required();
+  renderCommand->add_option("-a", render.inputA, "Input A: PNG, JPEG or a video; default: the built-in picture A");
+  renderCommand->add_option("-b", render.inputB, "Input B of a transition: as -a; default: the built-in picture B");
+  renderCommand->add_option("--progress", render.progress,
+                            "One frame of a transition at this progress (0..1); default: P1's default");
+  renderCommand->add_option("--frames", render.frames, "The whole transition in N frames, progress k/(N-1)")
+      ->check(CLI::PositiveNumber);
+  renderCommand
+      ->add_option("-o,--output", render.output,
+                   "out.png; with --frames a pattern such as out_%03d.png, or a video: .mp4 .mov .mkv .gif .webm")
+      ->required();
+  renderCommand->add_option("--set", render.settings, "KEY=VALUE: a parameter by key, name id or short name")
+      ->allow_extra_args(false);
+  renderCommand->add_option("--size", render.size, "WIDTHxHEIGHT; default: the first input's size, else 640x360");
+  renderCommand->add_flag("--resize", render.resize,
+                          "Resample inputs of another size (bilinear) instead of refusing them");
+  renderCommand
+      ->add_option("--layout", render.setup.layout,
+                   "Frame layout: argb, or ayuv (colourLayout 1, converted in and out)")
+      ->check(CLI::IsMember({"argb", "ayuv"}));
+  renderCommand->add_option("--seed", render.setup.seed, "randomSeed of the instance");
+  AddSetupOptions(renderCommand, render.setup);
+
+  std::string demoOutput = "contact_sheet.png", demoSize = "160x90";
+  CLI::App* demo = app.add_subcommand("demo", "Draw the contact sheet: every effect on the built-in pictures");
+  demo->add_option("-o,--output", demoOutput, "PNG file to write")->capture_default_str();
+  demo->add_option("--size", demoSize, "Size of one cell's picture")->capture_default_str();
+
+  std::string benchId, benchSize = "1920x1080";
+  vek::tool::SetupArguments benchSetup;
+  CLI::App* bench =
+      app.add_subcommand("bench", "Time one effect's Process beside memcpy and a read-two-write-one loop");
+  bench->add_option("EFFECT", benchId, "Class id, e.g. DSP_TR_Fade")->required();
+  bench->add_option("--size", benchSize, "Frame size")->capture_default_str();
+  AddSetupOptions(bench, benchSetup);
   CLI11_PARSE(app, argc, argv);
 
   try {
@@ -35,6 +89,12 @@ int main(int argc, char** argv) {
       vek::tool::InfoCommand(plugin, classId, json, std::cout);
     } else if (docs->parsed()) {
       vek::tool::DocsCommand(plugin, output);
+    } else if (renderCommand->parsed()) {
+      vek::tool::RenderCommand(plugin, render, std::cout);
+    } else if (demo->parsed()) {
+      vek::tool::DemoCommand(plugin, demoOutput, vek::tool::ParseSize(demoSize), std::cout);
+    } else if (bench->parsed()) {
+      vek::tool::BenchCommand(plugin, benchId, vek::tool::ParseSize(benchSize), benchSetup, std::cout);
     }
   } catch (const std::exception& error) {
     std::cerr << "vekhost: " << error.what() << '\n';

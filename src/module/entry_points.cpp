@@ -63,7 +63,7 @@ extern "C" VEK_DSP_API VekStatus VEK_DSP_InitModule(uint64_t* out) {
 
 extern "C" VEK_DSP_API VekStatus VEK_DSP_DeInitModule(void) {
   VekModuleDescriptor& module = ModuleDescriptor();
-  if (module.resources != module.instance) platform::FreeModule(module.resources);
+  if (module.resources != module.instance) platform::UnloadModule(module.resources);
   module.resources = nullptr;
   return VEK_S_OK;
 }

@@ -3,5 +3,8 @@
 #include "module/entry_points.h"
 
 namespace {
-[[gnu::constructor]] void OnLoad() { vek::OnPluginLoaded(vek::platform::OwnModule()); }
+[[gnu::constructor]] void OnLoad() {
+  vek::OnPluginLoaded(vek::platform::OwnModule());
+  vek::platform::KeepLoaded(VEK_TBB_MODULE_NAME);
+}
 }  // namespace

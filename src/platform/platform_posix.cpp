@@ -1,9 +1,12 @@
 // POSIX services: dladdr/dlopen for modules, stat for files, the locale environment for the
-// language code, standard error for debug output.
+// language code, standard error for debug output, popen for child processes.
 #include <dlfcn.h>
 #include <link.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include <atomic>
 #include <cstdio>
@@ -24,6 +27,25 @@ PathString Absolute(const char* path) {
   std::error_code error;
   std::filesystem::path absolute = std::filesystem::absolute(path, error);
   return error ? PathString(path) : absolute.lexically_normal().string();
+}
+
+bool IsProgram(const std::string& path) {
+  struct stat status{};
+  return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(path.c_str(), X_OK) == 0;
+}
+
+// Single quotes keep everything literal for the shell; a quote itself is closed, escaped, reopened.
+std::string ShellQuoted(const std::string& argument) {
+  std::string quoted = "'";
+  for (char c : argument) {
+    if (c == '\'') {
+      quoted += "'\\''";
+    } else {
+      quoted += c;
+    }
+  }
+  quoted += '\'';
+  return quoted;
 }
 
 }  // namespace
@@ -54,8 +76,13 @@ PathString ExecutablePath() {
 
 ModuleHandle LoadModule(const PathString& path) noexcept { return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL); }
 
-void FreeModule(ModuleHandle module) noexcept {
+void UnloadModule(ModuleHandle module) noexcept {
   if (module) dlclose(module);
+}
+
+void KeepLoaded(const char* moduleName) noexcept {
+  // The handle is dropped on purpose: RTLD_NODELETE outlives it.
+  if (moduleName) dlopen(moduleName, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
 void* FindSymbol(ModuleHandle module, const char* name) noexcept {
@@ -87,6 +114,46 @@ void DebugOutput(const char* text) noexcept {
 void SetDebugSink(DebugSink sink, void* context) noexcept {
   gDebugSinkContext.store(context);
   gDebugSink.store(sink);
+}
+
+std::string LastLoadError() {
+  const char* text = dlerror();
+  return text ? text : "";
+}
+
+bool StandardErrorIsTerminal() noexcept { return isatty(STDERR_FILENO) == 1; }
+
+PathString FindProgram(const std::string& name) {
+  if (name.empty()) return {};
+  if (name.find('/') != std::string::npos) return IsProgram(name) ? name : PathString();
+  const char* path = std::getenv("PATH");
+  if (!path) return {};
+  const std::string directories(path);
+  for (std::size_t start = 0; start <= directories.size();) {
+    std::size_t end = directories.find(':', start);
+    if (end == std::string::npos) end = directories.size();
+    const std::string directory = end > start ? directories.substr(start, end - start) : ".";
+    const std::string candidate = directory + "/" + name;
+    if (IsProgram(candidate)) return candidate;
+    start = end + 1;
+  }
+  return {};
+}
+
+std::FILE* OpenProcess(const PathString& program, const std::vector<std::string>& arguments, ProcessPipe pipe) {
+  std::string command = ShellQuoted(program);
+  for (const std::string& argument : arguments) {
+    command += ' ';
+    command += ShellQuoted(argument);
+  }
+  if (pipe == ProcessPipe::kWrite) std::signal(SIGPIPE, SIG_IGN);
+  return popen(command.c_str(), pipe == ProcessPipe::kWrite ? "w" : "r");
+}
+
+int CloseProcess(std::FILE* process) noexcept {
+  if (!process) return -1;
+  const int status = pclose(process);
+  return status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 }  // namespace vek::platform

@@ -8,8 +8,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "vek_dsp/abi.h"
+#include "vekhost/buffer_service.h"
 #include "vekhost/catalogue.h"
 #include "vekhost/value.h"
 
@@ -30,6 +32,7 @@ class Instance {
   // The effect's own state, for hosts and tests that look into it.
   uint8_t* PrivateBlock() { return privateBlock_.get(); }
   uint8_t* Values() { return values_.get(); }
+  const BufferService& Buffers() const { return bufferService_; }
 
   // The parameter by key, name id or short name (see Effect::FindParam), from text checked
   // against its type and range (see ParseValue). The overloads taking a Param take only rows of
@@ -41,6 +44,10 @@ class Instance {
 
   // Each callback the effect has; a status other than VEK_S_OK throws Error.
   void SetInput(int32_t index, uint8_t* frame);
+  // An audio block with its own volume ramp: the sample record of this index carries a value block
+  // of its own, the values at the block's start followed by the values at its end, and the offset
+  // of the end volume in it. Throws Error as SetInput does.
+  void SetAudioInput(int32_t index, uint8_t* block, float startVolume, float endVolume);
   void Prepare();
   void Process(uint8_t* output);
   void ReleaseResources();
@@ -53,10 +60,12 @@ class Instance {
   std::unique_ptr<uint8_t[]> values_;
   VekObject hostObject_;
   VekObject accelerator_;
-  VekObject bufferService_;
+  BufferService bufferService_;
   VekEffectInstance record_;
   // One sample record per input index, alive as long as the instance, as a host keeps its own.
   std::map<int32_t, VekInputSample> samples_;
+  // The value blocks of the audio samples, one per input index.
+  std::map<int32_t, std::vector<uint8_t>> sampleValues_;
   // The string rows hold pointers into these, so the host keeps the texts for the instance's life.
   std::map<std::size_t, std::string> texts_;
   std::map<std::size_t, std::u16string> wideTexts_;

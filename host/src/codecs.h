@@ -1,0 +1,19 @@
+// The PNG and JPEG codecs behind image_io.h: libpng and libjpeg-turbo (codecs.cpp), or, in a build
+// without them, functions that say so (codecs_unavailable.cpp). Errors are thrown as Error.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+#include "vekhost/frame.h"
+
+namespace vek::host {
+
+// The file's bytes, already known to start as a PNG or a JPEG; the path is for messages.
+Frame DecodePng(const std::filesystem::path& path, const std::vector<uint8_t>& bytes);
+Frame DecodeJpeg(const std::filesystem::path& path, const std::vector<uint8_t>& bytes);
+// An 8-bit RGBA PNG of a frame with pixels.
+std::vector<uint8_t> EncodePng(const Frame& argb, const std::filesystem::path& path);
+
+}  // namespace vek::host

@@ -1,0 +1,181 @@
+// vekhost render: one effect on pictures or videos, written as PNG files or as a video.
+#include <chrono>
+#include <iomanip>
+#include <memory>
+#include <variant>
+
+#include "commands.h"
+#include "progress_bar.h"
+#include "vekhost/error.h"
+#include "vekhost/image_io.h"
+#include "vekhost/media.h"
+#include "vekhost/pictures.h"
+
+namespace vek::tool {
+namespace {
+
+constexpr FrameSize kDefaultSize{640, 360};
+
+// The output name with the frame number at its %d or %0Nd ("%%" is a percent sign), and the
+// number of such places. Any other conversion is refused.
+struct NumberedName {
+  std::string name;
+  int places = 0;
+};
+
+NumberedName NameForFrame(std::string_view pattern, int index) {
+  NumberedName result;
+  for (std::size_t i = 0; i < pattern.size(); ++i) {
+    if (pattern[i] != '%') {
+      result.name += pattern[i];
+      continue;
+    }
+    std::size_t end = i + 1;
+    while (end < pattern.size() && pattern[end] >= '0' && pattern[end] <= '9') ++end;
+    const std::string_view spec = pattern.substr(i + 1, end - i - 1);
+    if (end < pattern.size() && pattern[end] == '%' && spec.empty()) {
+      result.name += '%';
+    } else if (end < pattern.size() && pattern[end] == 'd' && (spec.empty() || (spec[0] == '0' && spec.size() <= 2))) {
+      const std::string number = std::to_string(index);
+      const std::size_t width = spec.empty() ? 0 : std::size_t(std::stoi(std::string(spec)));
+      result.name += std::string(width > number.size() ? width - number.size() : 0, '0') + number;
+      ++result.places;
+    } else {
+      throw host::Error("the output name \"" + std::string(pattern) +
+                        "\" may hold only %d or %0Nd for the frame number");
+    }
+    i = end;
+  }
+  return result;
+}
+
+// PNG files or one video; whatever was written is removed again unless Finish is reached, so a
+// failed rendering leaves no output.
+class FrameWriter {
+ public:
+  FrameWriter(const std::string& output, int frames) : output_(output), isVideo_(host::IsVideoPath(output)) {
+    if (isVideo_) return;
+    if (!host::IsPngPath(output)) {
+      throw host::Error("cannot write \"" + output +
+                        "\": give a .png name or a video name (.mp4, .mov, .mkv, .gif, .webm)");
+    }
+    const int places = NameForFrame(output, 0).places;
+    if (places > 1) throw host::Error("the output name \"" + output + "\" holds more than one frame number");
+    if (frames > 1 && places == 0) {
+      throw host::Error(
+          "--frames writes one picture a frame: give a name with a frame number such as out_%03d.png, "
+          "or a video name");
+    }
+  }
+  ~FrameWriter() {
+    if (finished_) return;
+    video_.reset();
+    std::error_code ignored;
+    for (const std::filesystem::path& path : written_) std::filesystem::remove(path, ignored);
+  }
+  FrameWriter(const FrameWriter&) = delete;
+  FrameWriter& operator=(const FrameWriter&) = delete;
+
+  void Write(const host::Frame& frame, int index) {
+    if (isVideo_) {
+      if (!video_) video_ = std::make_unique<host::VideoWriter>(output_, frame.width, frame.height);
+      video_->Write(frame);
+      return;
+    }
+    written_.emplace_back(NameForFrame(output_, index).name);
+    host::WritePng(frame, written_.back());
+  }
+  void Finish() {
+    if (video_) video_->Finish();
+    finished_ = true;
+  }
+
+ private:
+  std::string output_;
+  bool isVideo_;
+  std::unique_ptr<host::VideoWriter> video_;
+  std::vector<std::filesystem::path> written_;
+  bool finished_ = false;
+};
+
+struct Input {
+  char letter;
+  std::string file;  // empty for a built-in picture
+  std::unique_ptr<host::FrameSource> source;
+  host::Frame resized;
+
+  const host::Frame& Next(FrameSize size) {
+    const host::Frame& frame = source->Next();
+    if (frame.width == size.width && frame.height == size.height) return frame;
+    resized = host::Resized(frame, size.width, size.height);
+    return resized;
+  }
+};
+
+}  // namespace
+
+void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std::ostream& out) {
+  const host::Effect& effect = plugin.FindEffect(request.classId);
+  if (host::IsAudio(effect)) throw host::Error(effect.classId + " is an audio effect; render takes pictures");
+  const bool transition = host::IsTransition(effect), twoInputs = effect.inputs >= 2;
+  if (!request.progress.empty() && !transition) {
+    throw host::Error("--progress is for transitions; " + effect.classId + " is a " +
+                      host::CategoryName(effect.category));
+  }
+  if (!request.progress.empty() && request.frames > 1) {
+    throw host::Error("--frames renders the whole transition, progress 0 to 1; leave out --progress");
+  }
+  if (!request.inputB.empty() && !twoInputs) throw host::Error(effect.classId + " takes one input; -b has no use");
+  if (request.frames < 1) throw host::Error("--frames takes a count of 1 or more");
+  FrameWriter writer(request.output, request.frames);
+
+  Input inputs[2] = {{'A', request.inputA, nullptr, {}}, {'B', twoInputs ? request.inputB : "", nullptr, {}}};
+  for (Input& input : inputs) {
+    if (!input.file.empty()) input.source = std::make_unique<host::FrameSource>(input.file, request.frames);
+  }
+  FrameSize size = kDefaultSize;
+  if (!request.size.empty()) {
+    size = ParseSize(request.size);
+  } else if (const Input* first = inputs[0].source ? &inputs[0] : inputs[1].source ? &inputs[1] : nullptr) {
+    size = {first->source->Width(), first->source->Height()};
+  }
+  for (Input& input : inputs) {
+    if (!input.source) {
+      const host::Picture picture = input.letter == 'A' ? host::Picture::kA : host::Picture::kB;
+      input.source = std::make_unique<host::FrameSource>(host::BuiltInPicture(picture, size.width, size.height));
+    } else if ((input.source->Width() != size.width || input.source->Height() != size.height) && !request.resize) {
+      throw host::Error(std::string("input ") + input.letter + " (" + input.file + ") is " +
+                        host::SizeText(input.source->Width(), input.source->Height()) + ", the rendering " +
+                        host::SizeText(size.width, size.height) + "; give --resize to resample it");
+    }
+  }
+
+  host::Renderer renderer(effect, MakeSetup(request.setup, size));
+  for (const std::string& setting : request.settings) {
+    const std::size_t equals = setting.find('=');
+    if (equals == std::string::npos || equals == 0) throw host::Error("--set takes KEY=VALUE, not \"" + setting + "\"");
+    renderer.GetInstance().Set(setting.substr(0, equals), setting.substr(equals + 1));
+  }
+  if (!request.progress.empty()) {
+    const host::Value progress = host::ParseValue(effect.params.front(), request.progress);
+    renderer.SetProgress(std::get<float>(progress));
+  }
+
+  const auto start = std::chrono::steady_clock::now();
+  {
+    ProgressBar bar("rendering " + effect.classId, request.frames);
+    for (int k = 0; k < request.frames; ++k) {
+      if (transition && request.frames > 1) renderer.SetProgress(float(k) / float(request.frames - 1));
+      const host::Frame& a = inputs[0].Next(size);
+      const host::Frame& b = twoInputs ? inputs[1].Next(size) : a;
+      writer.Write(renderer.Render(a, b), k);
+      bar.Step();
+    }
+    writer.Finish();
+  }
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  out << request.frames << (request.frames == 1 ? " frame" : " frames") << " in " << std::fixed << std::setprecision(2)
+      << seconds << " s (" << std::setprecision(1) << (seconds > 0 ? request.frames / seconds : 0.0) << " fps)\n";
+}
+
+}  // namespace vek::tool

@@ -1,0 +1,273 @@
+// vekhost render, demo and bench end to end: pictures written by the tool are read back and
+// compared with the cross-fade computed here from the built-in pictures.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <optional>
+#include <regex>
+
+#include "platform/platform.h"
+#include "plugin_fixture.h"
+#include "vekhost/error.h"
+#include "vekhost/frame.h"
+#include "vekhost/image_io.h"
+#include "vekhost/pictures.h"
+#include "vekhost/render.h"
+#include "vekhost_run.h"
+
+namespace {
+
+using vek::host::Frame;
+using vek::host::Picture;
+using vek::test::Outcome;
+using vek::test::Quoted;
+using vek::test::ScratchFolder;
+
+constexpr int kWidth = 37, kHeight = 21;
+
+Outcome Tool(const std::string& arguments) {
+  return vek::test::Vekhost(vek::test::kPlugin + arguments);
+}
+
+Frame BuiltIn(Picture picture) {
+  return vek::host::BuiltInPicture(picture, kWidth, kHeight);
+}
+
+// Every byte moves floor((B - A) * w / 128) from A towards B, with w = trunc(progress * 127).
+Frame Fade(const Frame& a, const Frame& b, float progress) {
+  const int weight = int(progress * 127);
+  Frame out = a;
+  for (std::size_t i = 0; i < out.bytes.size(); ++i) {
+    out.bytes[i] = uint8_t(a.bytes[i] + int(std::floor((b.bytes[i] - a.bytes[i]) * weight / 128.0)));
+  }
+  return out;
+}
+
+// The first effect that answers Process with VEK_E_NOTIMPL today, if one is left.
+std::optional<std::string> NotImplementedEffect() {
+  for (const vek::host::Effect& effect : vek::test::LoadedPlugin().Effects()) {
+    if (vek::host::IsAudio(effect)) continue;
+    try {
+      vek::host::Renderer renderer(effect, {8, 4});
+      renderer.Render(Frame(8, 4), Frame(8, 4));
+    } catch (const vek::host::Error& error) {
+      if (error.Status() == VEK_E_NOTIMPL) return effect.classId;
+    }
+  }
+  return std::nullopt;
+}
+
+bool RowIs(const Frame& frame, int y, const Frame& expected) {
+  return std::equal(frame.Pixel(0, y), frame.Pixel(0, y) + frame.RowBytes(), expected.Pixel(0, y));
+}
+
+bool RowIsBlack(const Frame& frame, int y) {
+  return std::all_of(frame.Pixel(0, y), frame.Pixel(0, y) + frame.RowBytes(), [](uint8_t v) { return v == 0; });
+}
+
+// Mean difference of the colour bytes, for pictures that went through a lossy codec.
+double MeanColourDifference(const Frame& a, const Frame& b) {
+  double sum = 0;
+  for (std::size_t i = 0; i < a.bytes.size(); ++i) {
+    if (i % 4 != 3) sum += std::abs(int(a.bytes[i]) - int(b.bytes[i]));
+  }
+  return sum / double(a.bytes.size() / 4 * 3);
+}
+
+const std::string kSize = " --size " + std::to_string(kWidth) + "x" + std::to_string(kHeight) + " ";
+
+TEST(VekhostRender, FadeOfTheBuiltInPicturesFollowsTheFormulaInBothLayouts) {
+  ScratchFolder folder("vek_render_fade");
+  const Frame a = BuiltIn(Picture::kA), b = BuiltIn(Picture::kB);
+
+  Outcome run = Tool("render DSP_TR_Fade --progress 0.3" + kSize + "-o " + Quoted(folder / "fade.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_NE(run.out.find("1 frame in "), std::string::npos) << run.out;
+  Frame out = vek::host::ReadImage(folder / "fade.png");
+  ASSERT_EQ(out.width, kWidth);
+  ASSERT_EQ(out.height, kHeight);
+  EXPECT_EQ(out.bytes, Fade(a, b, 0.3f).bytes);
+
+  run = Tool("render DSP_TR_Fade --simd off --threads 3" + kSize + "-o " + Quoted(folder / "default.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  const float defaultProgress =
+      std::get<float>(vek::test::LoadedPlugin().FindEffect("DSP_TR_Fade").params[0].defaultValue);
+  EXPECT_EQ(vek::host::ReadImage(folder / "default.png").bytes, Fade(a, b, defaultProgress).bytes)
+      << "without --progress the effect's default P1 is used";
+
+  run = Tool("render DSP_TR_Fade --layout ayuv --set P1=0.7" + kSize + "-o " + Quoted(folder / "ayuv.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  const Frame inLumaChroma = Fade(vek::host::ArgbToAyuv(a), vek::host::ArgbToAyuv(b), 0.7f);
+  EXPECT_EQ(vek::host::ReadImage(folder / "ayuv.png").bytes, vek::host::AyuvToArgb(inLumaChroma).bytes)
+      << "frames go in as V, U, Y, A and the output comes back as RGB";
+}
+
+TEST(VekhostRender, FramesSweepTheTransitionIntoNumberedFiles) {
+  ScratchFolder folder("vek_render_frames");
+  const Outcome run = Tool("render DSP_TR_Fade --frames 3" + kSize + "-o " + Quoted(folder / "fade_%03d.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_NE(run.out.find("3 frames in "), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find(" fps)"), std::string::npos) << run.out;
+  const Frame a = BuiltIn(Picture::kA), b = BuiltIn(Picture::kB);
+  for (int k = 0; k < 3; ++k) {
+    const auto path = folder / ("fade_00" + std::to_string(k) + ".png");
+    ASSERT_TRUE(std::filesystem::exists(path)) << path;
+    EXPECT_EQ(vek::host::ReadImage(path).bytes, Fade(a, b, float(k) / 2).bytes) << "frame " << k;
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder / "fade_003.png"));
+}
+
+TEST(VekhostRender, FieldRenderWritesItsRowsAndLeavesTheOthersBlackAndTransparent) {
+  ScratchFolder folder("vek_render_field");
+  const Frame a = BuiltIn(Picture::kA), b = BuiltIn(Picture::kB);
+  Outcome run = Tool("render DSP_TR_Fade --progress 0.6 --field even" + kSize + "-o " + Quoted(folder / "even.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  const Frame even = vek::host::ReadImage(folder / "even.png"), expected = Fade(a, b, 0.6f);
+  for (int y = 0; y < kHeight; ++y) {
+    EXPECT_TRUE(y % 2 == 0 ? RowIs(even, y, expected) : RowIsBlack(even, y)) << "row " << y;
+  }
+
+  run =
+      Tool("render DSP_TR_Fade --progress 0.6 --field odd --layout ayuv" + kSize + "-o " + Quoted(folder / "odd.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  const Frame odd = vek::host::ReadImage(folder / "odd.png");
+  const Frame expectedOdd = vek::host::AyuvToArgb(Fade(vek::host::ArgbToAyuv(a), vek::host::ArgbToAyuv(b), 0.6f));
+  for (int y = 0; y < kHeight; ++y) {
+    EXPECT_TRUE(y % 2 == 1 ? RowIs(odd, y, expectedOdd) : RowIsBlack(odd, y)) << "row " << y;
+  }
+}
+
+TEST(VekhostRender, FileInputsOfAnotherSizeAreRefusedUnlessResized) {
+  ScratchFolder folder("vek_render_files");
+  const Frame a = vek::host::BuiltInPicture(Picture::kA, 40, 30), b = vek::host::BuiltInPicture(Picture::kB, 20, 10);
+  vek::host::WritePng(a, folder / "a.png");
+  vek::host::WritePng(b, folder / "b.png");
+  const std::string inputs = " -a " + Quoted(folder / "a.png") + " -b " + Quoted(folder / "b.png");
+
+  Outcome run = Tool("render DSP_TR_Fade" + inputs + " -o " + Quoted(folder / "out.png"));
+  EXPECT_NE(run.status, 0);
+  EXPECT_NE(run.err.find("20x10"), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("--resize"), std::string::npos) << run.err;
+  EXPECT_FALSE(std::filesystem::exists(folder / "out.png"));
+
+  run = Tool("render DSP_TR_Fade --progress 0.4 --resize" + inputs + " -o " + Quoted(folder / "out.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  const Frame out = vek::host::ReadImage(folder / "out.png");
+  EXPECT_EQ(out.width, 40) << "the first input gives the size";
+  EXPECT_EQ(out.bytes, Fade(a, vek::host::Resized(b, 40, 30), 0.4f).bytes);
+}
+
+TEST(VekhostRender, VideoWrittenThroughFfmpegReadsBackAsInput) {
+  if (vek::platform::FindProgram("ffmpeg").empty() || vek::platform::FindProgram("ffprobe").empty()) {
+    GTEST_SKIP() << "ffmpeg is not on PATH";
+  }
+  ScratchFolder folder("vek_render_video");
+  constexpr int kVideoWidth = 64, kVideoHeight = 36;
+  Outcome run = Tool("render DSP_TR_Fade --frames 3 --size 64x36 -o " + Quoted(folder / "fade.mp4"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  ASSERT_TRUE(std::filesystem::exists(folder / "fade.mp4"));
+
+  // A cut sweeping five frames over three-frame videos: A's frames 0 and 1, then B's frame 2, held.
+  const std::string video = Quoted(folder / "fade.mp4");
+  run = Tool("render DSP_TR_NoEffect --frames 5 -a " + video + " -b " + video + " -o " + Quoted(folder / "cut_%d.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  Frame frames[5];
+  for (int k = 0; k < 5; ++k) frames[k] = vek::host::ReadImage(folder / ("cut_" + std::to_string(k) + ".png"));
+  EXPECT_EQ(frames[0].width, kVideoWidth);
+  EXPECT_EQ(frames[0].height, kVideoHeight);
+  EXPECT_NE(frames[0].bytes, frames[1].bytes);
+  EXPECT_EQ(frames[2].bytes, frames[3].bytes) << "a video that has ended holds its last frame";
+  EXPECT_EQ(frames[3].bytes, frames[4].bytes);
+
+  const Frame a = vek::host::BuiltInPicture(Picture::kA, kVideoWidth, kVideoHeight);
+  const Frame b = vek::host::BuiltInPicture(Picture::kB, kVideoWidth, kVideoHeight);
+  Frame swapped = a;
+  for (std::size_t i = 0; i < swapped.bytes.size(); i += 4) std::swap(swapped.bytes[i], swapped.bytes[i + 2]);
+  const double lossy = MeanColourDifference(frames[0], a);
+  EXPECT_LT(lossy, 12.0) << "frame 0 of the video is picture A through a lossy codec";
+  EXPECT_GT(MeanColourDifference(frames[0], swapped), 4 * lossy) << "the check tells red from blue";
+  EXPECT_LT(MeanColourDifference(frames[4], Fade(a, b, 1.0f)), 14.0) << "the last frame is the end of the fade";
+}
+
+#if !defined(_WIN32)
+TEST(VekhostRender, VideoWithoutFfmpegFailsWithAMessageAndNoFile) {
+  ScratchFolder folder("vek_render_no_ffmpeg");
+  const Outcome run = vek::test::Vekhost(
+      vek::test::kPlugin + "render DSP_TR_Fade --frames 2 --size 16x8 -o " + Quoted(folder / "out.mp4"),
+      "PATH=" + Quoted(folder.Path()) + " ");
+  EXPECT_NE(run.status, 0);
+  EXPECT_NE(run.err.find("needs ffmpeg"), std::string::npos) << run.err;
+  EXPECT_FALSE(std::filesystem::exists(folder / "out.mp4"));
+}
+#endif
+
+TEST(VekhostRender, FailuresExitNonZeroWithAMessageAndWriteNothing) {
+  ScratchFolder folder("vek_render_errors");
+  const std::string out = " -o " + Quoted(folder / "out_%02d.png");
+  const auto expectFailure = [&](const std::string& arguments, const std::string& message) {
+    const Outcome run = Tool("render " + arguments + out);
+    EXPECT_NE(run.status, 0) << arguments;
+    EXPECT_NE(run.err.find(message), std::string::npos) << arguments << ": " << run.err;
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << arguments << " left a file";
+  };
+  expectFailure("DSP_TR_Fade -a " + Quoted(folder / "missing.png"), "missing.png");
+  expectFailure("DSP_TR_Fdae", "DSP_TR_Fade");
+  expectFailure("DSP_TR_Wipe --set P2=Sideways", "Sideways");
+  expectFailure("DSP_TR_Fade --set Speed=2", "valid keys");
+  expectFailure("DSP_TR_Fade --progress 1.5", "1.5");
+  expectFailure("DSP_TR_Fade --frames 2 --progress 0.5", "--progress");
+  expectFailure("DSP_AU_VolumeAdj", "audio");
+  expectFailure("DSP_TR_Fade --size 10", "WIDTHxHEIGHT");
+  const Outcome unnumbered = Tool("render DSP_TR_Fade --frames 2 -o " + Quoted(folder / "out.png"));
+  EXPECT_NE(unnumbered.status, 0);
+  EXPECT_NE(unnumbered.err.find("%03d"), std::string::npos) << unnumbered.err;
+
+  const std::optional<std::string> missing = NotImplementedEffect();
+  if (!missing) GTEST_SKIP() << "every effect renders";
+  expectFailure(*missing + " --frames 3", *missing + " is not implemented yet");
+}
+
+TEST(VekhostDemo, ContactSheetCountsWhatRendersAndWhatDoesNot) {
+  ScratchFolder folder("vek_demo");
+  const Outcome run = Tool("demo --size 32x18 -o " + Quoted(folder / "sheet.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  int rendered = 0, notImplemented = 0, audio = 0;
+  for (const vek::host::Effect& effect : vek::test::LoadedPlugin().Effects()) {
+    if (vek::host::IsAudio(effect)) {
+      ++audio;
+      continue;
+    }
+    try {
+      vek::host::Renderer(effect, {32, 18})
+          .Render(vek::host::BuiltInPicture(Picture::kA, 32, 18), vek::host::BuiltInPicture(Picture::kB, 32, 18));
+    } catch (const vek::host::Error& error) {
+      notImplemented += error.Status() == VEK_E_NOTIMPL;
+      if (error.Status() != VEK_E_NOTIMPL) ADD_FAILURE() << effect.classId << ": " << error.what();
+      continue;
+    }
+    ++rendered;
+  }
+  const std::string summary = std::to_string(vek::test::LoadedPlugin().Effects().size()) +
+                              " effects: " + std::to_string(rendered) + " rendered, " + std::to_string(notImplemented) +
+                              " not implemented, " + std::to_string(audio) + " audio";
+  EXPECT_NE(run.out.find(summary), std::string::npos) << run.out << "expected: " << summary;
+  const Frame sheet = vek::host::ReadImage(folder / "sheet.png");
+  EXPECT_GT(sheet.width, 12 * 32);
+  EXPECT_GT(sheet.height, 93 / 12 * 18);
+}
+
+TEST(VekhostBench, ReportsProcessAgainstBothBaselines) {
+  const Outcome run = Tool("bench DSP_TR_Fade --size 32x18 --threads 1");
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_TRUE(std::regex_search(run.out, std::regex(R"(Process +[0-9.]+ us +[0-9.]+ x memcpy +[0-9.]+ x read)")))
+      << run.out;
+  EXPECT_NE(run.out.find("read two, write one"), std::string::npos) << run.out;
+
+  const std::optional<std::string> missing = NotImplementedEffect();
+  if (!missing) GTEST_SKIP() << "every effect renders";
+  const Outcome refused = Tool("bench " + *missing + " --size 32x18");
+  EXPECT_NE(refused.status, 0);
+  EXPECT_NE(refused.err.find("not implemented yet"), std::string::npos) << refused.err;
+}
+
+}  // namespace
