@@ -82,7 +82,10 @@ typedef int32_t (*VekAcceleratorBlendFn)(VekObject* self, const uint8_t* sourceA
                                          uint64_t region4, uint64_t region3, uint64_t region1,
                                          uint64_t region2, int32_t option1, int32_t option2, int32_t zero);
 
-/* The buffer service: a host that offers it lends temporary images to the effects. */
+/* The buffer service: a host that offers it lends images to the effects. Slot 0 wraps pixels the
+ * effect already has (nothing is copied), slot 1 makes a new image of undefined content; both
+ * return a record the host owns and fills, or null when it cannot. Slot 3 gives a record back;
+ * every record an effect obtained is given back exactly once. */
 typedef struct VekImageBuffer {
   uint8_t* pixels;       /* 4 bytes a pixel */
   uint32_t width;
@@ -90,6 +93,11 @@ typedef struct VekImageBuffer {
   uint32_t rowBytes;     /* bytes from one row to the next */
   uint32_t reserved;
 } VekImageBuffer;
+#define VEK_BUFFER_SLOT_WRAP 0
+typedef VekImageBuffer* (*VekBufferWrapFn)(VekObject* self, uint8_t* pixels, uint32_t width, uint32_t height,
+                                           uint32_t rowBytes);
+#define VEK_BUFFER_SLOT_CREATE 1
+typedef VekImageBuffer* (*VekBufferCreateFn)(VekObject* self, uint32_t width, uint32_t height);
 #define VEK_BUFFER_SLOT_RELEASE 3
 typedef int32_t (*VekBufferReleaseFn)(VekObject* self, VekImageBuffer* buffer);
 

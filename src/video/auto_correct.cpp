@@ -1,5 +1,6 @@
 // DSP_VI_AutoLevels, DSP_VI_AutoContrast, DSP_VI_Equalize, DSP_VI_ContrastMask: corrections computed
 // from the frame's own statistics.
+#include "pip/photo.h"
 #include "video/video_effects.h"
 
 using namespace vek;
@@ -24,3 +25,52 @@ constinit decltype(VI_Equalize::kParams) VI_Equalize::kParams = Rows(
 constinit decltype(VI_ContrastMask::kParams) VI_ContrastMask::kParams = Rows(
     SwitchRow<1, 1, 1>("P1", "IDS_Vi_Param_Enable_Name", "IDS_Vi_Param_Enable_Desc", {0}),
     IntRow<0, 255, 128>("P2", "IDS_Vi_Param_Degree_Name", "IDS_Vi_Param_Degree_Desc", {1}));
+
+namespace {
+
+// The whole frame is always corrected, whatever the field mode: the statistics are the frame's.
+// The source is copied to the output, and unless P1 switches the correction off, the correction
+// runs in place on the output.
+template <class Correction>
+VekStatus CorrectFrame(VekEffectInstance* instance, Correction&& correct) {
+  VideoFrame frame;
+  if (!BeginVideoEffect(instance, frame)) return VEK_E_FAIL;
+  if (!frame.HasBuffers()) return VEK_S_OK;
+  frame.fieldMode = VEK_FIELD_FRAME;
+  frame.CopyRows();
+  if (!frame.values || LoadValue<int32_t>(frame.values, 0) == 0) return VEK_S_OK;
+  CPhoto photo(frame.output, frame.width, frame.height);
+  correct(photo, frame.values);
+  return VEK_S_OK;
+}
+
+template <class Effect, class T> T Second(const uint8_t* values) {
+  return LoadValue<T>(values, ParamOffset(Effect::kParams.data(), 1));
+}
+template <class Effect> float Third(const uint8_t* values) {
+  return LoadValue<float>(values, ParamOffset(Effect::kParams.data(), 2));
+}
+
+}  // namespace
+
+VekStatus VI_AutoLevels::Process(VekEffectInstance* instance) noexcept {
+  return CorrectFrame(instance, [](CPhoto& photo, const uint8_t* values) {
+    photo.LevelsStretch(Second<VI_AutoLevels, float>(values), Third<VI_AutoLevels>(values));
+  });
+}
+
+VekStatus VI_AutoContrast::Process(VekEffectInstance* instance) noexcept {
+  return CorrectFrame(instance, [](CPhoto& photo, const uint8_t* values) {
+    photo.ContrastStretch(Second<VI_AutoContrast, float>(values), Third<VI_AutoContrast>(values));
+  });
+}
+
+VekStatus VI_Equalize::Process(VekEffectInstance* instance) noexcept {
+  return CorrectFrame(instance, [](CPhoto& photo, const uint8_t*) { photo.Equalize(); });
+}
+
+VekStatus VI_ContrastMask::Process(VekEffectInstance* instance) noexcept {
+  return CorrectFrame(instance, [](CPhoto& photo, const uint8_t* values) {
+    photo.ContrastMask(Second<VI_ContrastMask, int32_t>(values));
+  });
+}

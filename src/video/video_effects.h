@@ -1,20 +1,20 @@
 // The one-input video effects and automatic corrections, by family file.
 #pragma once
 
-#include "module/effect.h"
+#include "video/video_effect.h"
 
 // posterize_flip.cpp
-DECLARE_PENDING_EFFECT(VI_Posterize, OneInput, 16, 6)
-DECLARE_PENDING_EFFECT(VI_FlipCanvas, OneInput, 16, 6)
+DECLARE_EFFECT(VI_Posterize, 16, 6)
+DECLARE_VIDEO_EFFECT(VI_FlipCanvas, kSet, 16, 6)
 
 // auto_correct.cpp
-DECLARE_PENDING_EFFECT(VI_AutoLevels, OneInput, 16, 3)
-DECLARE_PENDING_EFFECT(VI_AutoContrast, OneInput, 16, 3)
-DECLARE_PENDING_EFFECT(VI_Equalize, OneInput, 16, 1)
-DECLARE_PENDING_EFFECT(VI_ContrastMask, OneInput, 16, 2)
+DECLARE_VIDEO_EFFECT(VI_AutoLevels, kLeave, 16, 3)
+DECLARE_VIDEO_EFFECT(VI_AutoContrast, kLeave, 16, 3)
+DECLARE_VIDEO_EFFECT(VI_Equalize, kLeave, 16, 1)
+DECLARE_VIDEO_EFFECT(VI_ContrastMask, kLeave, 16, 2)
 
 // mosaic.cpp
-DECLARE_PENDING_EFFECT(VI_Mosaic, OneInput, 16, 5)
+DECLARE_VIDEO_EFFECT(VI_Mosaic, kLeave, 16, 5)
 
 // filters.cpp
 DECLARE_PENDING_EFFECT(VI_Blur, OneInput, 16, 6)

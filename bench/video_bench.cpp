@@ -1,0 +1,36 @@
+// The video effects on the shared skeleton at 1920x1080, each as a ratio to memcpy of one frame.
+#include <cstring>
+#include <string_view>
+
+#include "effect_bench.h"
+#include "ratio_reporter.h"
+
+namespace vek::bench {
+namespace {
+
+template <class T> std::function<void(uint8_t*)> Store(std::size_t offset, T value) {
+  return [=](uint8_t* values) { std::memcpy(values + offset, &value, sizeof value); };
+}
+
+[[maybe_unused]] const bool kRegistered = [] {
+  const Size size{1920, 1080};
+  const std::string copy = RegisterBaselines(size).copy;
+  auto add = [&](const std::string& name, EffectSetup setup) {
+    RegisterAgainst(name, copy, [setup](benchmark::State& s) { RenderEffect(s, setup); });
+  };
+  for (int workers : {1, 2}) {
+    add(Name({"Posterize/argb/workers", std::to_string(workers)}), {"DSP_VI_Posterize", size, 0, 0, workers, {}});
+  }
+  for (int32_t mode : {0, 1, 2, 3}) {
+    add(Name({"FlipCanvas/mode", std::to_string(mode)}), {"DSP_VI_FlipCanvas", size, 0, 0, 1, Store(0, mode)});
+  }
+  for (const char* id : {"DSP_VI_AutoLevels", "DSP_VI_AutoContrast", "DSP_VI_Equalize", "DSP_VI_ContrastMask"}) {
+    add(std::string(std::string_view(id).substr(7)), {id, size, 0, 0, 1, {}});
+  }
+  add("Mosaic/box", {"DSP_VI_Mosaic", size, 0, 0, 1, {}});
+  add("Mosaic/circle", {"DSP_VI_Mosaic", size, 0, 0, 1, Store(24, int32_t(1))});
+  return true;
+}();
+
+}  // namespace
+}  // namespace vek::bench
