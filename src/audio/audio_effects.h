@@ -4,8 +4,8 @@
 #include "module/effect.h"
 
 // volume_adj.cpp
-DECLARE_PENDING_EFFECT(AU_VolumeAdj, AudioInput, 1281200, 1)
-DECLARE_PENDING_EFFECT(AU_VolumeAdj_Exp, AudioInput, 1281200, 1)
+DECLARE_EFFECT(AU_VolumeAdj, 1281200, 1)
+DECLARE_EFFECT(AU_VolumeAdj_Exp, 1281200, 1)
 
 namespace vek {
 // Between two unequal key frames the gain follows half the square of the slider value; between

@@ -1,9 +1,70 @@
 // DSP_AU_VolumeAdj, DSP_AU_VolumeAdj_Exp: the host's volume envelope and clip mixing.
+#include <cstdint>
 #include <cstring>
 
 #include "audio/audio_effects.h"
+#include "audio/mixer.h"
 
 using namespace vek;
+using vek::audio::MixerState;
+
+static_assert(sizeof(MixerState) <= AU_VolumeAdj::kPrivateBytes, "the mixer state is the private block");
+static_assert(AU_VolumeAdj::kPrivateBytes == AU_VolumeAdj_Exp::kPrivateBytes);
+
+namespace {
+
+// The private block as mixer state; null when there is none or the host placed it unaligned.
+MixerState* StateOf(void* block) noexcept {
+  if (!block || reinterpret_cast<uintptr_t>(block) % alignof(MixerState) != 0) return nullptr;
+  return static_cast<MixerState*>(block);
+}
+
+VekStatus InitVolume(VekEffectInstance* instance) noexcept {
+  if (!instance) return VEK_E_FAIL;
+  if (VekObject* host = instance->hostObject; host && host->operations) {
+    if (auto notify = reinterpret_cast<VekHostNotifyFn>(host->operations[VEK_HOST_SLOT_NOTIFY])) notify(host);
+  }
+  if (!instance->paramValues) return VEK_E_FAIL;
+  const float unity = 1.0f;
+  std::memcpy(instance->paramValues, &unity, sizeof unity);
+  return VEK_S_OK;
+}
+
+VekStatus PrepareVolume(VekEffectInstance* instance) noexcept {
+  MixerState* state = instance ? StateOf(instance->privateBlock) : nullptr;
+  if (!state) return VEK_E_FAIL;
+  audio::AudioFormat format;
+  std::memcpy(&format, instance->audioFormat, sizeof format);
+  return audio::PrepareMixer(*state, format);
+}
+
+// The sample's value block holds the volume at the block's start first and the volume at its end
+// at endValueOffset.
+VekStatus SetVolumeInput(VekInputSample* sample) noexcept {
+  if (!sample || !sample->frame || !sample->paramValues || sample->endValueOffset < 0) return VEK_E_FAIL;
+  MixerState* state = StateOf(sample->privateBlock);
+  if (!state || !audio::MixerReady(*state)) return VEK_E_FAIL;
+  const float start = LoadValue<float>(sample->paramValues, 0);
+  const float end = LoadValue<float>(sample->paramValues, uint32_t(sample->endValueOffset));
+  return audio::AddInput(*state, start, end, sample->frame);
+}
+
+// The vector kernels run when the host's render hint allows them and the processor has SSE4.1.
+VekStatus ProcessVolume(VekEffectInstance* instance) noexcept {
+  if (!instance || !instance->output) return VEK_E_FAIL;
+  MixerState* state = StateOf(instance->privateBlock);
+  if (!state || !audio::MixerReady(*state)) return VEK_E_FAIL;
+  return audio::Mix(*state, instance->output, instance->renderHint >= 3 && audio::VectorKernelsUsable());
+}
+
+VekStatus ReleaseVolume(VekEffectInstance* instance) noexcept {
+  MixerState* state = instance ? StateOf(instance->privateBlock) : nullptr;
+  if (!state) return VEK_E_FAIL;
+  state->queued = 0;
+  return VEK_S_OK;
+}
+
+}  // namespace
 
 VekStatus vek::InterpolateSquaredVolume(const VekParamDescriptor* row, double t, const void* left, const void* right,
                                         void* out) noexcept {
@@ -30,3 +91,18 @@ constinit decltype(AU_VolumeAdj::kParams) AU_VolumeAdj::kParams = Rows(
 constinit decltype(AU_VolumeAdj_Exp::kParams) AU_VolumeAdj_Exp::kParams = Rows(Interpolated(
     FloatRow<0.0f, 2.0f, 1.0f>("P1", "IDS_Au_Param_Volume_Name", "IDS_Au_Param_Volume_Desc", {0, kScopeGlobal}),
     &InterpolateSquaredVolume));
+
+// The two effects share every callback; only their parameter rows differ.
+VekStatus AU_VolumeAdj::Init(VekEffectInstance* instance) noexcept { return InitVolume(instance); }
+VekStatus AU_VolumeAdj::Destroy(VekEffectInstance* instance) noexcept { return ReleaseVolume(instance); }
+VekStatus AU_VolumeAdj::SetInput(int32_t, VekInputSample* sample) noexcept { return SetVolumeInput(sample); }
+VekStatus AU_VolumeAdj::Process(VekEffectInstance* instance) noexcept { return ProcessVolume(instance); }
+VekStatus AU_VolumeAdj::Prepare(VekEffectInstance* instance) noexcept { return PrepareVolume(instance); }
+VekStatus AU_VolumeAdj::ReleaseResources(VekEffectInstance* instance) noexcept { return ReleaseVolume(instance); }
+
+VekStatus AU_VolumeAdj_Exp::Init(VekEffectInstance* instance) noexcept { return InitVolume(instance); }
+VekStatus AU_VolumeAdj_Exp::Destroy(VekEffectInstance* instance) noexcept { return ReleaseVolume(instance); }
+VekStatus AU_VolumeAdj_Exp::SetInput(int32_t, VekInputSample* sample) noexcept { return SetVolumeInput(sample); }
+VekStatus AU_VolumeAdj_Exp::Process(VekEffectInstance* instance) noexcept { return ProcessVolume(instance); }
+VekStatus AU_VolumeAdj_Exp::Prepare(VekEffectInstance* instance) noexcept { return PrepareVolume(instance); }
+VekStatus AU_VolumeAdj_Exp::ReleaseResources(VekEffectInstance* instance) noexcept { return ReleaseVolume(instance); }

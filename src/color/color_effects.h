@@ -4,4 +4,4 @@
 #include "module/effect.h"
 
 // color_adj.cpp
-DECLARE_PENDING_EFFECT(CO_ColorAdj, OneInput, 131832, 10)
+DECLARE_EFFECT(CO_ColorAdj, 131832, 10)

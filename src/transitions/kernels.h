@@ -1,5 +1,7 @@
 // Row kernels of the two-dimensional transitions: bytes, a byte count and plain numbers in, one
-// output row out. Vector variants give the scalar variant's bytes exactly.
+// output row out. Vector variants give the scalar variant's bytes exactly. Scalar kernels that a
+// vector file calls for its tail are defined out of line in kernels.cpp: an inline copy compiled
+// in a -msse4.1 file could be the one the linker keeps for every caller.
 #pragma once
 
 #include <cstddef>
@@ -8,26 +10,85 @@
 namespace vek {
 
 // out = a + floor((b - a) * weight / 128) per byte, weight 0..127.
-inline void LerpRowScalar(const uint8_t* a, const uint8_t* b, uint8_t* out, std::size_t bytes, int weight) {
-  for (std::size_t i = 0; i < bytes; ++i) out[i] = uint8_t(a[i] + (((int(b[i]) - int(a[i])) * weight) >> 7));
-}
+void LerpRowScalar(const uint8_t* a, const uint8_t* b, uint8_t* out, std::size_t bytes, int weight);
 void LerpRowSse41(const uint8_t* a, const uint8_t* b, uint8_t* out, std::size_t bytes, int weight);
 using LerpRowFn = void (*)(const uint8_t*, const uint8_t*, uint8_t*, std::size_t, int);
 
 // B over A through B's alpha: transparent keeps A, opaque takes B, anything between blends the
 // colour bytes by alpha / 256 and makes the pixel opaque.
-inline void AlphaOverRow(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels) {
-  for (int x = 0; x < pixels; ++x, a += 4, b += 4, out += 4) {
-    const int alpha = b[3];
-    if (alpha == 0 || alpha == 255) {
-      const uint8_t* chosen = alpha == 0 ? a : b;
-      out[0] = chosen[0], out[1] = chosen[1], out[2] = chosen[2], out[3] = chosen[3];
-      continue;
-    }
-    for (int c = 0; c < 3; ++c) out[c] = uint8_t(a[c] + (((int(b[c]) - int(a[c])) * alpha) >> 8));
-    out[3] = 255;
-  }
-}
+void AlphaOverRow(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels);
 void AlphaOverRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels);
+
+// Row copies of whole 4-byte pixels: `pixels` pixels from column `from` of a source row to column
+// `to` of an output row. Nothing is copied for a count of 0 or less.
+void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
+// `pixels` copies of one pixel (its four bytes as stored, byte 0 first) from column `to`.
+void FillPixels(uint8_t* out, int to, int pixels, const uint8_t pixel[4]);
+// A row of runs taken in turn from two rows at the same place: pixels [0, cuts[0]) from `first`,
+// [cuts[0], cuts[1]) from `second`, [cuts[1], cuts[2]) from `first` again ..., and the last run up to
+// `pixels`. A cut is held between the one before it and `pixels`, so empty runs only flip the turn.
+void AlternateRuns(const uint8_t* first, const uint8_t* second, uint8_t* out, int pixels, const int* cuts,
+                   int count);
+
+// The soft edge: k = clamp(t + mask, 0, 31) per pixel from a mask word holding -m, and each colour
+// byte moves (B - A) * k / 32 of the way; the alpha byte is not written.
+void SoftEdgeRowScalar(const uint8_t* a, const uint8_t* b, const int32_t* mask, uint8_t* out, int pixels, int t);
+// The vector soft edge: mask words hold the byte -m four times, k = clamp(t - m, 0, 32) and all four
+// bytes move, so k = 32 gives B; an odd last pixel takes the scalar rule (its mask byte read back
+// as -m).
+void SoftEdgeRowSse41(const uint8_t* a, const uint8_t* b, const int32_t* mask, uint8_t* out, int pixels, int t);
+
+// out = a + floor((b - a) * weight / 256) per byte, one weight 0..255 per pixel.
+void WeightedRowScalar(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels);
+void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels);
+
+// out pixel x = source pixel columns[x]: one sampled row.
+void GatherPixels(const uint8_t* source, const int* columns, uint8_t* out, int pixels);
+// Two sampled rows cross-faded: with a = a[columnsA[x]] and b = b[columnsB[x]], each byte of out
+// pixel x is a + floor((b - a) * weight / 128), weight 0..127.
+void SampledLerpRowScalar(const uint8_t* a, const int* columnsA, const uint8_t* b, const int* columnsB, uint8_t* out,
+                          int pixels, int weight);
+void SampledLerpRowSse2(const uint8_t* a, const int* columnsA, const uint8_t* b, const int* columnsB, uint8_t* out,
+                        int pixels, int weight);
+
+// Burn: map values from `threshold` on show A, values below threshold - kBurnBand show B, and the
+// band between them flame colour number value - threshold + kBurnBand (4 bytes each), opaque where
+// A or B is.
+inline constexpr int kBurnBand = 30;
+void BurnRowScalar(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels,
+                   int32_t threshold, const uint8_t* flame);
+void BurnRowSse2(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int32_t threshold,
+                 const uint8_t* flame);
+
+// Threshold: A's pixel where the key pixel is at least `limit` bright, else B's. An ARGB key's
+// brightness is the sum of bytes 0..2 (the limit is then 3t), a luma/chroma key's its byte 2.
+void ThresholdRowScalar(const uint8_t* key, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int limit,
+                        bool lumaKey);
+void ThresholdRowSse2(const uint8_t* key, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int limit,
+                      bool lumaKey);
+
+// X-ray, ARGB, with Y the pixel's luma and n = 255 - Y its negative grey. The negative phase moves
+// each colour byte c to (c * (1024 - weight) + n * weight) >> 10; the tone phase sets all three to
+// the tone of n: u = shift + 4n, capped at 255, where u is above n, else n. Alpha is kept.
+void XRayNegativeRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight);
+void XRayNegativeRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight);
+void XRayToneRowScalar(const uint8_t* source, uint8_t* out, int pixels, int shift);
+void XRayToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift);
+// X-ray, luma/chroma, both first phases: the luma Y moves toward lumaTarget[Y] and both chroma bytes
+// toward 128 (grey), each byte c to c + floor((target - c) * weight / 1024). Alpha is kept.
+void XRayLumaRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* lumaTarget);
+void XRayLumaRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* lumaTarget);
+// Colour bytes 0..2 move toward colour[0..2], c + floor((colour - c) * weight / 1024), weight
+// 0..1024; alpha is kept.
+void TowardColourRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
+void TowardColourRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
+
+// Colour split: each pixel of source row y falls m * fall rows, m its tone class counted from 1,
+// and is written where it lands if that row is inside the frame and, for parity 0 or 1, of that
+// parity (-1: every row). Rows are rowBytes apart in `out`.
+void FallRowScalar(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
+                   int64_t fall, int parity, bool lumaChroma);
+void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
+                 int64_t fall, int parity, bool lumaChroma);
 
 }  // namespace vek

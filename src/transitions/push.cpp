@@ -1,4 +1,8 @@
 // DSP_TR_Slide, DSP_TR_Shove, DSP_TR_Swap, DSP_TR_Door: whole pictures move instead of a boundary.
+#include <algorithm>
+#include <cstdlib>
+
+#include "transitions/push_rows.h"
 #include "transitions/transitions.h"
 
 using namespace vek;
@@ -17,3 +21,213 @@ constinit decltype(TR_Swap::kParams) TR_Swap::kParams = Rows(
 
 constinit decltype(TR_Door::kParams) TR_Door::kParams = Rows(
     ProgressRow<0.5f>());
+
+namespace {
+
+VekStatus CheckInstance(VekEffectInstance* instance) { return instance ? VEK_S_OK : VEK_E_FAIL; }
+
+int Travel(const TransitionFrame& frame, int direction) {
+  return direction == kPushUp || direction == kPushDown ? frame.height : frame.width;
+}
+
+// Begins a directional push: the frame, with its buffers, and a direction 0 to 3.
+VekStatus BeginPush(VekEffectInstance* instance, const VekParamDescriptor* rows, TransitionFrame& frame,
+                    int32_t& direction) {
+  if (!BeginTransition(instance, frame) || !frame.HasBuffers()) return VEK_E_FAIL;
+  return ReadChoice(*instance, rows, 1, direction) ? VEK_S_OK : VEK_E_FAIL;
+}
+
+// Renders the visited rows of a layout; all A or all B as one block copy.
+void RenderPush(const TransitionFrame& frame, const PushLayout& layout, int n, int travel, const uint8_t black[4]) {
+  if (n <= 0) return frame.CopyRows(frame.sourceA);
+  if (n >= travel) return frame.CopyRows(frame.sourceB);
+  ForEachRow(frame.rows, [&](int y) { PushRow(frame, layout, black, y); });
+}
+
+constexpr uint8_t kNoBlack[4] = {0, 0, 0, 0};
+
+}  // namespace
+
+// ---- Slide: B moves in over a still A, eased by the cube of progress.
+
+VekStatus TR_Slide::Init(VekEffectInstance* instance) noexcept {
+  return InitWithDefaults(instance, kParams.data(), kParamCount);
+}
+VekStatus TR_Slide::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
+VekStatus TR_Slide::SetInput(int32_t index, VekInputSample* sample) noexcept {
+  return TwoInputs::Store(index, sample, kPrivateBytes);
+}
+VekStatus TR_Slide::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
+VekStatus TR_Slide::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
+
+VekStatus TR_Slide::Process(VekEffectInstance* instance) noexcept {
+  TransitionFrame frame;
+  int32_t direction;
+  if (const VekStatus status = BeginPush(instance, kParams.data(), frame, direction)) return status;
+  const int travel = Travel(frame, direction);
+  // Kept on purpose: eased by the cube, so B has come 1/8 of the way at p = 0.5.
+  const double p = ClampedProgress(frame.progress);
+  const int n = int(double(travel) * (p * p * p));
+  const int h = frame.height, w = frame.width;
+  const uint8_t *a = frame.sourceA, *b = frame.sourceB;
+  PushLayout layout;
+  switch (direction) {
+    case kPushUp: layout = {true, h - n, {a, 0}, {b, n - h}}; break;
+    case kPushDown: layout = {true, n, {b, h - n}, {a, 0}}; break;
+    case kPushLeft: layout = {false, w - n, {a, 0}, {b, n - w}}; break;
+    default: layout = {false, n, {b, w - n}, {a, 0}};
+  }
+  RenderPush(frame, layout, n, travel, kNoBlack);
+  return VEK_S_OK;
+}
+
+// ---- Shove: B pushes A out, linearly.
+
+VekStatus TR_Shove::Init(VekEffectInstance* instance) noexcept {
+  return InitWithDefaults(instance, kParams.data(), kParamCount);
+}
+VekStatus TR_Shove::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
+VekStatus TR_Shove::SetInput(int32_t index, VekInputSample* sample) noexcept {
+  return TwoInputs::Store(index, sample, kPrivateBytes);
+}
+VekStatus TR_Shove::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
+VekStatus TR_Shove::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
+
+VekStatus TR_Shove::Process(VekEffectInstance* instance) noexcept {
+  TransitionFrame frame;
+  int32_t direction;
+  if (const VekStatus status = BeginPush(instance, kParams.data(), frame, direction)) return status;
+  const int travel = Travel(frame, direction);
+  const int n = int(double(travel) * ClampedProgress(frame.progress));
+  RenderPush(frame, ShoveLayout(frame, direction, n), n, travel, kNoBlack);
+  return VEK_S_OK;
+}
+
+// ---- Swap: A leaves through an edge, black between, and B comes back through the same edge.
+
+VekStatus TR_Swap::Init(VekEffectInstance* instance) noexcept {
+  return InitWithDefaults(instance, kParams.data(), kParamCount);
+}
+VekStatus TR_Swap::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
+VekStatus TR_Swap::SetInput(int32_t index, VekInputSample* sample) noexcept {
+  return TwoInputs::Store(index, sample, kPrivateBytes);
+}
+VekStatus TR_Swap::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
+VekStatus TR_Swap::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
+
+VekStatus TR_Swap::Process(VekEffectInstance* instance) noexcept {
+  TransitionFrame frame;
+  int32_t direction;
+  if (const VekStatus status = BeginPush(instance, kParams.data(), frame, direction)) return status;
+  // Black in the frame's own layout: luma/chroma black is V 128, U 128, Y 16, alpha 0.
+  static constexpr uint8_t kBlackAyuv[4] = {128, 128, 16, 0}, kBlackArgb[4] = {0, 0, 0, 0};
+  const uint8_t* black = instance->colourLayout == VEK_LAYOUT_LUMA_CHROMA ? kBlackAyuv : kBlackArgb;
+
+  const float p = ClampedProgress(frame.progress);
+  const bool leaving = p <= 0.5f;
+  const uint8_t* moving = leaving ? frame.sourceA : frame.sourceB;
+  const int h = frame.height, w = frame.width, travel = Travel(frame, direction);
+  // Kept on purpose: Up counts the visible rows in single precision; the others count the hidden
+  // part, B's in double precision.
+  int k = direction == kPushUp ? int(2.0f * (leaving ? 0.5f - p : p - 0.5f) * float(h))
+          : leaving            ? int(2.0f * p * float(travel))
+                               : int(2.0 * (1.0 - double(p)) * double(travel));
+  k = std::clamp(k, 0, travel);
+  PushLayout layout;
+  switch (direction) {
+    case kPushUp: layout = {true, k, {moving, h - k}, {nullptr, 0}}; break;
+    case kPushDown: layout = {true, k, {nullptr, 0}, {moving, -k}}; break;
+    case kPushLeft: layout = {false, w - k, {moving, k}, {nullptr, 0}}; break;
+    default: layout = {false, k, {nullptr, 0}, {moving, -k}};
+  }
+  ForEachRow(frame.rows, [&](int y) { PushRow(frame, layout, black, y); });
+  return VEK_S_OK;
+}
+
+// ---- Door: A splits into two doors that swing open in perspective onto B.
+
+namespace {
+
+// The doors' columns, counted from the frame's edges. Column c of the left door shows A's column
+// left[c]; output column w - d + i of the right door shows A's column right[i]. Columns with the
+// same inset at top and bottom form a group, which walks A's rows with one error accumulator.
+struct DoorColumns {
+  int* left;
+  int* right;
+  int* groupStart;  // first column of each group, and the door width after the last
+  int* groupTop;    // rows the group's columns give up at top and at bottom
+  int* groupRow;    // A's row the group has reached
+  int* groupError;
+  int groups;
+};
+
+}  // namespace
+
+VekStatus TR_Door::Init(VekEffectInstance* instance) noexcept {
+  return InitWithDefaults(instance, kParams.data(), kParamCount);
+}
+VekStatus TR_Door::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
+VekStatus TR_Door::SetInput(int32_t index, VekInputSample* sample) noexcept {
+  return TwoInputs::Store(index, sample, kPrivateBytes);
+}
+VekStatus TR_Door::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
+VekStatus TR_Door::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
+
+// Always the whole frame, whatever the field mode.
+VekStatus TR_Door::Process(VekEffectInstance* instance) noexcept {
+  // Kept on purpose: a null instance, and missing buffers, are answered with success; nothing is drawn.
+  TransitionFrame frame;
+  if (!BeginTransition(instance, frame) || !frame.HasBuffers()) return VEK_S_OK;
+  const int w = frame.width, h = frame.height;
+  const double p = ClampedProgress(frame.progress);
+  // Kept on purpose: the opening is rounded down to even, so an odd width leaves one column
+  // unwritten (the middle one at p = 0, the last one at p = 1).
+  const int opening = int(w * p) & ~1, door = (w - opening) / 2;
+  const int squeeze = (int(h * p) & ~1) / 2, inset = squeeze / 2;  // inset: what a far edge gives up
+
+  auto* block = static_cast<int*>(std::malloc((std::size_t(door) * 6 + 1) * sizeof(int)));
+  if (!block) return VEK_E_OUTOFMEMORY;
+  DoorColumns columns{block, block + door, block + 2 * door, block + 3 * door + 1, block + 4 * door + 1,
+                      block + 5 * door + 1, 0};
+  // Each door squeezes half of A into d columns: before each column, while the error is at least
+  // d, step one source column on; then add w / 2.
+  for (int c = 0, s = 0, error = 0; c < door; ++c) {
+    while (error >= door) error -= door, ++s;
+    error += w / 2;
+    columns.left[c] = s;
+    columns.right[door - 1 - c] = w - 1 - s;
+    const int top = int(int64_t(c) * inset / door);  // column c is c * q / d rows shorter at each end
+    if (c == 0 || top != columns.groupTop[columns.groups - 1]) {
+      columns.groupStart[columns.groups] = c;
+      columns.groupTop[columns.groups] = top;
+      columns.groupRow[columns.groups] = 0;
+      columns.groupError[columns.groups] = 0;
+      ++columns.groups;
+    }
+  }
+  columns.groupStart[columns.groups] = door;
+
+  for (int y = 0; y < h; ++y) {
+    // Groups reach from their top down to h - 1 - top, and tops grow from the hinge to the opening,
+    // so the doors cover a run of columns from each edge; the wedges beside the opening show B.
+    const int fromEdge = std::min(y, h - 1 - y);
+    int g = 0;
+    for (; g < columns.groups && columns.groupTop[g] <= fromEdge; ++g) {
+      // A column of height H takes all h rows of A: before each pixel, while the error is at least
+      // H, step one source row on; then add h.
+      const int height = h - 2 * columns.groupTop[g];
+      while (columns.groupError[g] >= height) columns.groupError[g] -= height, ++columns.groupRow[g];
+      columns.groupError[g] += h;
+      const uint8_t* rowA = frame.RowA(columns.groupRow[g]);
+      const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
+      uint8_t* out = frame.OutputRow(y);
+      GatherPixels(rowA, columns.left + c0, out + std::size_t(c0) * 4, c1 - c0);
+      GatherPixels(rowA, columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0);
+    }
+    const int covered = columns.groupStart[g];
+    CopyPixels(frame.RowB(y), covered, frame.OutputRow(y), covered, door + opening - covered);
+    CopyPixels(frame.RowB(y), w - door, frame.OutputRow(y), w - door, door - covered);
+  }
+  std::free(block);
+  return VEK_S_OK;
+}

@@ -1,7 +1,29 @@
 // DSP_TR_Threshold, DSP_TR_XRay, DSP_TR_ColorSplit: transitions driven by the brightness of the pictures.
+#include <algorithm>
+#include <cstring>
+
+#include "transitions/kernels.h"
+#include "transitions/transition.h"
 #include "transitions/transitions.h"
+#include "vek_dsp/colour.h"
 
 using namespace vek;
+
+namespace {
+
+VekStatus CheckOnly(VekEffectInstance* instance) { return instance ? VEK_S_OK : VEK_E_FAIL; }
+
+bool IsLumaChroma(const VekEffectInstance& instance) { return instance.colourLayout == VEK_LAYOUT_LUMA_CHROMA; }
+
+void CopyRow(const TransitionFrame& frame, const uint8_t* source, int y) {
+  const std::size_t offset = std::size_t(y) * frame.rowBytes;
+  std::memcpy(frame.output + offset, source + offset, frame.rowBytes);
+}
+
+// The luma of the grey (g, g, g).
+uint8_t GreyLuma(int grey) { return VekRgbToYuv(uint8_t(grey), uint8_t(grey), uint8_t(grey)).y; }
+
+}  // namespace
 
 constinit decltype(TR_Threshold::kParams) TR_Threshold::kParams = Rows(
     ProgressRow<0.5f>(),
@@ -12,3 +34,153 @@ constinit decltype(TR_XRay::kParams) TR_XRay::kParams = Rows(
 
 constinit decltype(TR_ColorSplit::kParams) TR_ColorSplit::kParams = Rows(
     ProgressRow<0.5f>());
+
+// Threshold: a pixel shows B once its key pixel (A's for "One", B's for "Two") is darker than
+// t = trunc(progress * 255), A otherwise. ARGB keys compare the sum of their colour bytes with 3t,
+// luma/chroma keys their luma with t, in the frame and in both fields.
+VekStatus TR_Threshold::Init(VekEffectInstance* instance) noexcept {
+  return InitWithDefaults(instance, kParams.data(), kParamCount);
+}
+VekStatus TR_Threshold::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
+VekStatus TR_Threshold::SetInput(int32_t index, VekInputSample* sample) noexcept {
+  return TwoInputs::Store(index, sample, kPrivateBytes);
+}
+VekStatus TR_Threshold::Prepare(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
+VekStatus TR_Threshold::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
+
+VekStatus TR_Threshold::Process(VekEffectInstance* instance) noexcept {
+  TransitionFrame frame;
+  if (!BeginTransition(instance, frame)) return VEK_E_FAIL;
+  if (!frame.HasBuffers() || !instance->paramValues) return VEK_E_FAIL;
+  const int32_t type = LoadValue<int32_t>(instance->paramValues, ParamOffset(kParams.data(), 1));
+  if (type < 0 || type > 1) return VEK_E_FAIL;
+  // Progress 0 and 1 show one source whole, whatever the keys (at 1 a white key would keep A).
+  if (!(frame.progress > 0.0f) || frame.progress >= 1.0f) {
+    const uint8_t* whole = frame.progress >= 1.0f ? frame.sourceB : frame.sourceA;
+    ForEachRow(frame.rows, [&](int y) { CopyRow(frame, whole, y); });
+    return VEK_S_OK;
+  }
+  const bool lumaKey = IsLumaChroma(*instance);
+  const int t = ProgressWeight(frame.progress, 255);
+  const uint8_t* key = type == 0 ? frame.sourceA : frame.sourceB;
+  ForEachRow(frame.rows, [&](int y) {
+    const std::size_t offset = std::size_t(y) * frame.rowBytes;
+    ThresholdRowSse2(key + offset, frame.sourceA + offset, frame.sourceB + offset, frame.output + offset, frame.width,
+                     lumaKey ? t : 3 * t, lumaKey);
+  });
+  return VEK_S_OK;
+}
+
+// X-ray: up to progress 0.4 A turns into its grey negative (255 - luma), up to 0.8 the negative
+// burns out to white through a tone table, then white fades into B. In the luma/chroma layout the
+// same greys are reached in luma with neutral chroma. The whole frame is rendered in every field mode.
+VekStatus TR_XRay::Init(VekEffectInstance* instance) noexcept {
+  return InitWithDefaults(instance, kParams.data(), kParamCount);
+}
+VekStatus TR_XRay::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
+VekStatus TR_XRay::SetInput(int32_t index, VekInputSample* sample) noexcept {
+  return TwoInputs::Store(index, sample, kPrivateBytes);
+}
+VekStatus TR_XRay::Prepare(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
+VekStatus TR_XRay::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
+
+VekStatus TR_XRay::Process(VekEffectInstance* instance) noexcept {
+  TransitionFrame frame;
+  if (!BeginTransition(instance, frame)) return VEK_E_FAIL;
+  if (!frame.HasBuffers()) return VEK_E_FAIL;
+  const bool lumaChroma = IsLumaChroma(*instance);
+  const float p = ClampedProgress(frame.progress);
+  auto eachRow = [&](auto&& row) {
+    for (int y = 0; y < frame.height; ++y) row(std::size_t(y) * frame.rowBytes);
+  };
+  // Luma/chroma frames reach the same greys: grey g has luma GreyLuma(g) and chroma 128, and the
+  // luma kernel takes the target luma by the pixel's luma.
+  uint8_t lumaTargets[256];
+  auto lumaRows = [&](const uint8_t* source, int weight) {
+    eachRow([&](std::size_t at) { XRayLumaRowSse2(source + at, frame.output + at, frame.width, weight, lumaTargets); });
+  };
+  if (p <= 0.4f) {
+    // A turns into its grey negative n = 255 - Y: c becomes (c * (1024 - k) + n * k) >> 10.
+    const int k = int(p * 2.5f * 1024.0f);
+    if (lumaChroma) {
+      for (int luma = 0; luma < 256; ++luma) lumaTargets[luma] = GreyLuma(255 - luma);
+      lumaRows(frame.sourceA, k);
+    } else {
+      eachRow([&](std::size_t at) { XRayNegativeRowSse2(frame.sourceA + at, frame.output + at, frame.width, k); });
+    }
+  } else if (p <= 0.8f) {
+    // The negative burns out: every colour byte becomes T[n], T[v] = min(shift + 4v, 255) where that
+    // is above v, else v; T runs from the identity (shift -765) to white everywhere (shift 255).
+    const int shift = int((p * 2.5f - 1.0f) * 4.0f * 255.0f - 765.0f);
+    if (lumaChroma) {
+      for (int luma = 0; luma < 256; ++luma) {
+        const int negative = 255 - luma, u = shift + 4 * negative;
+        lumaTargets[luma] = GreyLuma(u > negative ? std::min(u, 255) : negative);
+      }
+      lumaRows(frame.sourceA, 1024);
+    } else {
+      eachRow([&](std::size_t at) { XRayToneRowSse2(frame.sourceA + at, frame.output + at, frame.width, shift); });
+    }
+  } else {
+    // White fades into B: B's byte c becomes (c * k + (1024 - k) * 255) >> 10, which is c moving
+    // toward white by 1024 - k.
+    const int k = int((p * 5.0f - 4.0f) * 1024.0f);
+    const VekYuv white = VekRgbToYuv(255, 255, 255);
+    const uint8_t whiteBytes[3] = {lumaChroma ? white.v : uint8_t(255), lumaChroma ? white.u : uint8_t(255),
+                                   lumaChroma ? white.y : uint8_t(255)};
+    eachRow([&](std::size_t at) {
+      TowardColourRowSse2(frame.sourceB + at, frame.output + at, frame.width, 1024 - k, whiteBytes);
+    });
+  }
+  return VEK_S_OK;
+}
+
+// ColorSplit: B is laid down, then every pixel of A falls m * trunc(h * progress^2) rows, m its
+// tone class (0 counted as 1), rows top to bottom, so the lowest source row wins where several land.
+// A field rendering writes only its own rows, so the two fields interleave into the frame.
+VekStatus TR_ColorSplit::Init(VekEffectInstance* instance) noexcept {
+  return InitWithDefaults(instance, kParams.data(), kParamCount);
+}
+VekStatus TR_ColorSplit::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
+VekStatus TR_ColorSplit::SetInput(int32_t index, VekInputSample* sample) noexcept {
+  return TwoInputs::Store(index, sample, kPrivateBytes);
+}
+VekStatus TR_ColorSplit::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
+
+VekStatus TR_ColorSplit::Prepare(VekEffectInstance* instance) noexcept {
+  if (instance) instance->prepared = 1;
+  return VEK_S_OK;
+}
+
+VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
+  if (!instance) return VEK_S_OK;
+  TransitionFrame frame;
+  if (!BeginTransition(instance, frame)) return VEK_E_FAIL;
+  if (!frame.HasBuffers()) return VEK_E_FAIL;
+  const float p = ClampedProgress(frame.progress);
+  const int64_t fall = int64_t(float(frame.height) * p * p);
+  const int parity = frame.rows.step == 1 ? -1 : frame.rows.first;
+  auto laidDown = [&](int64_t y) {
+    if (y < frame.height && (parity < 0 || (y & 1) == parity)) CopyRow(frame, frame.sourceB, int(y));
+  };
+  if (fall == 0) {
+    ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceA, y); });
+    return VEK_S_OK;
+  }
+  // B is laid down on a row just before the first pixel lands on it, while the row is still in
+  // the cache for the pixels that follow: the rows above the unit fall (which nothing reaches) at
+  // once, row y' when source row y' - m * fall comes, m the largest class that can reach it.
+  for (int64_t y = 0; y < std::min<int64_t>(fall, frame.height); ++y) laidDown(y);
+  // Every pixel falls at least one unit, so rows from height - fall on leave the frame whole.
+  const int64_t fallingRows = frame.height - fall;
+  for (int y = 0; y < fallingRows; ++y) {
+    if (y < fall) {
+      for (int m = 1; m <= 5; ++m) laidDown(y + m * fall);
+    } else {
+      laidDown(y + 5 * fall);
+    }
+    FallRowSse2(frame.sourceA + std::size_t(y) * frame.rowBytes, y, frame.output, frame.rowBytes, frame.width,
+                frame.height, fall, parity, IsLumaChroma(*instance));
+  }
+  return VEK_S_OK;
+}

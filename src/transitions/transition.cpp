@@ -1,5 +1,7 @@
 #include "transitions/transition.h"
 
+#include <cstring>
+
 namespace vek {
 
 bool BeginTransition(VekEffectInstance* instance, TransitionFrame& frame) noexcept {
@@ -23,6 +25,28 @@ int ProgressWeight(float progress, int scale) noexcept {
   if (!(progress > 0.0f)) return 0;
   if (progress >= 1.0f) return scale;
   return int(progress * float(scale));
+}
+
+float ClampedProgress(float progress) noexcept {
+  if (!(progress > 0.0f)) return 0.0f;
+  return progress < 1.0f ? progress : 1.0f;
+}
+
+void TransitionFrame::CopyRows(const uint8_t* source) const {
+  if (rows.step == 1) {
+    if (rows.count > 0) std::memcpy(output, source, rowBytes * std::size_t(rows.count));
+    return;
+  }
+  ForEachRow(rows, [&](int y) { std::memcpy(OutputRow(y), source + std::size_t(y) * rowBytes, rowBytes); });
+}
+
+bool ReadChoice(const VekEffectInstance& instance, const VekParamDescriptor* rows, uint32_t row,
+                int32_t& index) noexcept {
+  index = 0;
+  if (instance.paramValues && rows[row].valueSize == 4) {
+    index = LoadValue<int32_t>(instance.paramValues, ParamOffset(rows, row));
+  }
+  return index >= 0 && index <= *static_cast<const int32_t*>(rows[row].maximum);
 }
 
 }  // namespace vek

@@ -21,6 +21,11 @@ struct TransitionFrame {
   float progress;
 
   bool HasBuffers() const { return sourceA && sourceB && output; }
+  const uint8_t* RowA(int y) const { return sourceA + std::size_t(y) * rowBytes; }
+  const uint8_t* RowB(int y) const { return sourceB + std::size_t(y) * rowBytes; }
+  uint8_t* OutputRow(int y) const { return output + std::size_t(y) * rowBytes; }
+  // The visited rows of one source unchanged: one block copy for the whole frame, one per row for a field.
+  void CopyRows(const uint8_t* source) const;
 };
 
 // Stores the instance's output in the head, then reads the rest. False for a null instance or
@@ -30,5 +35,14 @@ bool BeginTransition(VekEffectInstance* instance, TransitionFrame& frame) noexce
 // The progress as a blend weight 0..scale; outside 0..1 (or not a number) it is held at the ends,
 // so no weight can overflow a kernel's lanes.
 int ProgressWeight(float progress, int scale) noexcept;
+
+// The option index of enumeration row `row` of the effect's table, read from the value block only
+// when the row's value is 4 bytes (0 otherwise). False when it lies outside the row's options.
+bool ReadChoice(const VekEffectInstance& instance, const VekParamDescriptor* rows, uint32_t row,
+                int32_t& index) noexcept;
+
+// The progress held to 0..1 (not a number counts as 0), for effects that go on computing with it in
+// single precision.
+float ClampedProgress(float progress) noexcept;
 
 }  // namespace vek

@@ -4,8 +4,8 @@
 #include "module/effect.h"
 
 // flip.cpp
-DECLARE_PENDING_EFFECT(TR_3DFlip, TwoInputs, 56, 2)
-DECLARE_PENDING_EFFECT(TR_3DFlipTwo, TwoInputs, 56, 2)
+DECLARE_EFFECT(TR_3DFlip, 56, 2)
+DECLARE_EFFECT(TR_3DFlipTwo, 56, 2)
 
 // fold.cpp
 DECLARE_PENDING_EFFECT(TR_3DFold, TwoInputs, 48, 2)

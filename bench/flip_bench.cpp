@@ -1,0 +1,88 @@
+// The flip transitions at 1920x1080 with one and two workers, beside memcpy of one frame, and the
+// renderer's stages apart: the supersampled drawing of the slab, the same fill without the 2 x 2
+// reduction, and the reduction's passes alone.
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "effect_bench.h"
+#include "ratio_reporter.h"
+#include "render/mesh_scene.h"
+#include "render/trig.h"
+
+namespace vek::bench {
+namespace {
+
+std::function<void(uint8_t*)> Values(float progress, int32_t choice) {
+  return [=](uint8_t* values) {
+    std::memcpy(values, &progress, sizeof progress);
+    std::memcpy(values + 4, &choice, sizeof choice);
+  };
+}
+
+// The flip's slab turned "up" at progress p, drawn by a scene of its own.
+struct SlabScene {
+  SlabScene(Size size, bool supersample, float p, int workers)
+      : frames(size), scene(0) {
+    width = supersample ? size.width : 2 * size.width;
+    height = supersample ? size.height : 2 * size.height;
+    target.resize(std::size_t(width) * height * 4);
+    texture = frames.a;
+    ok = scene.Size(width, height, supersample);
+    const float half = 2.0f * height / width;
+    const uint8_t grey[3] = {120, 120, 120};
+    render::Mesh slab;
+    ok = ok && slab.Box(-2, 2, -half, half, -0.25f, 0.25f, grey);
+    const float corners[8] = {0, 0, 1, 0, 0, 1, 1, 1};
+    slab.MapImage(render::kFaceFront, corners);
+    ok = ok && scene.AddObject(slab) == 1 &&
+         scene.BindImages(1, texture.data(), texture.data(), size.width, size.height) &&
+         scene.SetRenderTarget(target.data());
+    scene.SetWorkers(workers);
+    scene.Translate(1, 0, 0, float(-0.25 - 4.0 * render::Sin(render::kPi * p)));
+    scene.Rotate(1, float(render::kPi * p), 1, 0, 0);
+  }
+  Frames frames;
+  render::MeshScene scene;
+  std::vector<uint8_t> texture, target;
+  int width, height;
+  bool ok;
+};
+
+void DrawSlab(benchmark::State& state, Size size, bool supersample, float p, int workers) {
+  SlabScene slab(size, supersample, p, workers);
+  if (!slab.ok) state.SkipWithError("the scene could not be set up");
+  for (auto _ : state) {
+    slab.scene.Draw();
+    benchmark::ClobberMemory();
+  }
+}
+
+[[maybe_unused]] const bool kRegistered = [] {
+  const Size size{1920, 1080};
+  const std::string copy = RegisterBaselines(size).copy;
+  auto add = [&](const std::string& name, EffectSetup setup) {
+    RegisterAgainst(name, copy, [setup](benchmark::State& s) { RenderEffect(s, setup); });
+  };
+  for (const char* progress : {"0.3", "0.7"}) {
+    for (int workers : {1, 2}) {
+      const float p = std::stof(progress);
+      add(Name({"Flip/up/p", progress, "/workers", std::to_string(workers)}),
+          {"DSP_TR_3DFlip", size, 3, 0, workers, Values(p, 0)});
+      add(Name({"FlipTwo/FullFlip/p", progress, "/workers", std::to_string(workers)}),
+          {"DSP_TR_3DFlipTwo", size, 3, 0, workers, Values(p, 0)});
+    }
+  }
+  add("FlipTwo/HeadTail/p0.3/workers1", {"DSP_TR_3DFlipTwo", size, 3, 0, 1, Values(0.3f, 2)});
+  for (int workers : {1, 2}) {
+    const std::string suffix = Name({"/p0.3/workers", std::to_string(workers)});
+    RegisterAgainst(Name({"SlabStages/supersampled", suffix}), copy,
+                    [=](benchmark::State& s) { DrawSlab(s, size, true, 0.3f, workers); });
+    RegisterAgainst(Name({"SlabStages/fill-only-2x", suffix}), copy,
+                    [=](benchmark::State& s) { DrawSlab(s, size, false, 0.3f, workers); });
+  }
+  return true;
+}();
+
+}  // namespace
+}  // namespace vek::bench

@@ -1,0 +1,611 @@
+#include "render/rasterizer.h"
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+#include "image/rows.h"
+#include "vek_dsp/colour.h"
+
+namespace vek::render {
+namespace {
+
+using ScreenVertex = RasterizerGen::ScreenVertex;
+using Prepared = RasterizerGen::Prepared;
+using Target = RasterizerGen::Target;
+using Plane = RasterizerGen::Plane;
+
+constexpr int kSubpixelBits = 8;
+constexpr double kSubpixels = 1 << kSubpixelBits;
+// Projected coordinates beyond this many pixels are clipped to the screen first, so that the
+// exact edge functions stay far inside 64 bits.
+constexpr float kGuardBand = float(1 << 20);
+constexpr float kFarthest = -std::numeric_limits<float>::infinity();
+
+// Fill kinds: the three sampling modes of a textured fill, and the untextured fill.
+enum Kind { kNearest = kSampleNearest, kBilinear = kSampleBilinear, kBilinearClamp = kSampleBilinearClamp, kPlain };
+
+// --- Eye space: lighting and clipping against the near and far planes ---
+
+struct EyeVertex {
+  float x, y, depth, s, t, r, g, b;
+};
+
+EyeVertex Mix(const EyeVertex& a, const EyeVertex& b, float k) {
+  auto at = [k](float u, float v) { return u + (v - u) * k; };
+  return {at(a.x, b.x), at(a.y, b.y), at(a.depth, b.depth), at(a.s, b.s),
+          at(a.t, b.t), at(a.r, b.r), at(a.g, b.g),         at(a.b, b.b)};
+}
+
+ScreenVertex Mix(const ScreenVertex& a, const ScreenVertex& b, float k) {
+  auto at = [k](float u, float v) { return u + (v - u) * k; };
+  return {at(a.x, b.x), at(a.y, b.y), at(a.q, b.q), at(a.s, b.s), at(a.t, b.t),
+          at(a.r, b.r), at(a.g, b.g), at(a.b, b.b), at(a.z, b.z)};
+}
+
+// Sutherland-Hodgman against one plane: keeps the vertices where distance(v) >= 0.
+template <class Vertex, class Distance>
+int ClipPolygon(const Vertex* in, int count, Vertex* out, int capacity, Distance&& distance) {
+  int written = 0;
+  for (int k = 0; k < count; ++k) {
+    const Vertex& a = in[k];
+    const Vertex& b = in[(k + 1) % count];
+    const float da = distance(a), db = distance(b);
+    if (da >= 0 && written < capacity) out[written++] = a;
+    if ((da >= 0) != (db >= 0) && written < capacity) out[written++] = Mix(a, b, da / (da - db));
+  }
+  return written;
+}
+
+float Dot(const float* a, const float* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+
+void Normalise(float* v) {
+  const float length2 = Dot(v, v);
+  if (length2 > 0) {
+    const float scale = 1.0f / std::sqrt(length2);
+    v[0] *= scale, v[1] *= scale, v[2] *= scale;
+  }
+}
+
+// x^16 by squaring: the shininess of every surface.
+float Shine(float x) {
+  x *= x, x *= x, x *= x;
+  return x * x;
+}
+
+int64_t FloorDiv(int64_t a, int64_t b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
+
+int64_t Snap(float v) { return int64_t(std::floor(double(v) * kSubpixels + 0.5)); }
+
+// floor(v) as an integer, with v held to +-2^30 first (not a number counts as the low end).
+inline int32_t FloorToInt(float v) {
+  constexpr float kLimit = float(1 << 30);
+  if (!(v > -kLimit)) v = -kLimit;
+  if (v > kLimit) v = kLimit;
+  const int32_t i = int32_t(v);
+  return i - (float(i) > v);
+}
+
+// 0..255 lit intensity to the 0..256 factor that multiplies a byte (255 becomes 256, exact).
+inline int32_t LightFactor(float lit) {
+  const int32_t factor = FloorToInt(lit * (256.0f / 255.0f) + 0.5f);
+  return factor < 0 ? 0 : factor > 256 ? 256 : factor;
+}
+
+// --- Pixels ---
+
+// floor((a (256 - f) + b f) / 256) for each byte: the blend every bilinear sample is made of.
+inline uint32_t Lerp2(uint32_t a, uint32_t b, uint32_t f) {
+  const uint32_t rb = (((a & 0xFF00FF) * (256 - f) + (b & 0xFF00FF) * f) >> 8) & 0xFF00FF;
+  const uint32_t ag = (((a >> 8) & 0xFF00FF) * (256 - f) + ((b >> 8) & 0xFF00FF) * f) & 0xFF00FF00;
+  return rb | ag;
+}
+
+// The light's luma, the one factor of the luma/chroma path.
+inline int32_t LumaFactor(const int32_t* light) { return (77 * light[0] + 150 * light[1] + 29 * light[2] + 128) >> 8; }
+
+// Lighting of a textured pixel: each colour byte moves from a dark value towards itself by its
+// factor: (c L + dark (256 - L)) / 256. ARGB: dark is 0 and each channel has its factor. AYUV: dark
+// is black (16, 128, 128) and luma and chroma share the light's luma. Alpha is kept.
+template <bool Ayuv> inline uint32_t Modulate(uint32_t p, const int32_t* light) {
+  uint32_t out = p & 0xFF000000;
+  if constexpr (Ayuv) {
+    const uint32_t l = uint32_t(LumaFactor(light)), dark[3] = {128, 128, 16};
+    for (int c = 0; c < 3; ++c) out |= ((((p >> (8 * c)) & 0xFF) * l + dark[c] * (256 - l)) >> 8) << (8 * c);
+  } else {
+    for (int c = 0; c < 3; ++c) out |= ((((p >> (8 * c)) & 0xFF) * uint32_t(light[2 - c])) >> 8) << (8 * c);
+  }
+  return out;
+}
+
+// The same in 16-bit lanes, two pixels' worth: factors, and the dark values times 256 - L.
+struct LaneLight {
+  __m128i factor, dark;
+};
+template <bool Ayuv> LaneLight MakeLaneLight(const int32_t* light) {
+  if constexpr (Ayuv) {
+    const int16_t l = int16_t(LumaFactor(light)), rest = int16_t(256 - l);
+    return {_mm_setr_epi16(l, l, l, 256, l, l, l, 256),
+            _mm_setr_epi16(int16_t(128 * rest), int16_t(128 * rest), int16_t(16 * rest), 0, int16_t(128 * rest),
+                           int16_t(128 * rest), int16_t(16 * rest), 0)};
+  } else {
+    const int16_t b = int16_t(light[2]), g = int16_t(light[1]), r = int16_t(light[0]);
+    return {_mm_setr_epi16(b, g, r, 256, b, g, r, 256), _mm_setzero_si128()};
+  }
+}
+
+// An RGB colour (bytes blue, green, red, alpha) lit by 0..256 factors, in the buffer's layout.
+template <bool Ayuv> inline uint32_t LitColour(const uint8_t* colour, const int32_t* light) {
+  const uint8_t r = uint8_t((colour[2] * light[0]) >> 8), g = uint8_t((colour[1] * light[1]) >> 8),
+                b = uint8_t((colour[0] * light[2]) >> 8);
+  const uint32_t alpha = uint32_t(colour[3]) << 24;
+  if constexpr (Ayuv) {
+    const VekYuv yuv = VekRgbToYuv(r, g, b);
+    return alpha | uint32_t(yuv.y) << 16 | uint32_t(yuv.u) << 8 | yuv.v;
+  } else {
+    return alpha | uint32_t(r) << 16 | uint32_t(g) << 8 | b;
+  }
+}
+
+inline uint32_t Blend(uint32_t under, uint32_t over, int32_t alpha) {
+  const int32_t weight = alpha + (alpha >> 7);
+  uint32_t out = 0;
+  for (int shift = 0; shift < 32; shift += 8) {
+    const int32_t a = int32_t((under >> shift) & 0xFF), b = int32_t((over >> shift) & 0xFF);
+    out |= uint32_t(a + (((b - a) * weight) >> 8)) << shift;
+  }
+  return out;
+}
+
+inline int32_t Wrap(int32_t i, int32_t size, int32_t mask) {
+  if (uint32_t(i) < uint32_t(size)) return i;
+  if (mask) return i & mask;
+  i %= size;
+  return i < 0 ? i + size : i;
+}
+
+inline int32_t Clamp(int32_t i, int32_t size) { return i < 0 ? 0 : i >= size ? size - 1 : i; }
+
+// Texture coordinates are fixed point with 16 fraction bits; for the bilinear kinds they are
+// measured from texel centres. The weights are the top 8 fraction bits.
+
+// One texel anywhere: coordinates outside the texture repeat or are held at its edges.
+template <int K> inline uint32_t Sample(const TextureRecord& texture, int32_t u, int32_t v) {
+  const int32_t w = texture.width, h = texture.height;
+  const int32_t maskX = texture.log2Width || w == 1 ? w - 1 : 0, maskY = texture.log2Height || h == 1 ? h - 1 : 0;
+  const int32_t xi = u >> 16, yi = v >> 16;
+  if constexpr (K == kNearest) {
+    return texture.pixels[std::size_t(Wrap(yi, h, maskY)) * std::size_t(w) + std::size_t(Wrap(xi, w, maskX))];
+  } else {
+    int32_t x0, x1, y0, y1;
+    if constexpr (K == kBilinearClamp) {
+      x0 = Clamp(xi, w), x1 = Clamp(xi + 1, w), y0 = Clamp(yi, h), y1 = Clamp(yi + 1, h);
+    } else {
+      x0 = Wrap(xi, w, maskX), x1 = Wrap(xi + 1, w, maskX), y0 = Wrap(yi, h, maskY), y1 = Wrap(yi + 1, h, maskY);
+    }
+    const uint32_t* row0 = texture.pixels + std::size_t(y0) * std::size_t(w);
+    const uint32_t* row1 = texture.pixels + std::size_t(y1) * std::size_t(w);
+    const uint32_t fx = uint32_t(u >> 8) & 255, fy = uint32_t(v >> 8) & 255;
+    return Lerp2(Lerp2(row0[x0], row1[x0], fy), Lerp2(row0[x1], row1[x1], fy), fx);
+  }
+}
+
+// A bilinear texel whose four texels lie inside the texture, in 16-bit lanes 0..3: the same
+// integer blends as Sample, rows first, then columns.
+inline __m128i SampleInside(const uint32_t* topLeft, std::size_t stride, uint32_t fx, uint32_t fy) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i top = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft)), zero);
+  const __m128i bottom = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft + stride)), zero);
+  const __m128i column = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(top, _mm_set1_epi16(int16_t(256 - fy))),
+                                                      _mm_mullo_epi16(bottom, _mm_set1_epi16(int16_t(fy)))),
+                                        8);
+  const __m128i right = _mm_unpackhi_epi64(column, column);
+  return _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(column, _mm_set1_epi16(int16_t(256 - fx))),
+                                      _mm_mullo_epi16(right, _mm_set1_epi16(int16_t(fx)))),
+                        8);
+}
+
+// Perspective-correct texture coordinates are computed exactly at both ends of every run of this
+// many pixels and stepped in integers between them.
+constexpr int kRun = 16;
+
+// One row of one triangle, pixels first..last. Every value is computed from the row and the
+// pixel's offset within the span alone, so bands of any size give the same bytes.
+template <int K, bool Ayuv, bool Flat>
+void Span(const Prepared& tri, const Target& target, int row, int first, int last) {
+  uint32_t* out = target.colour + std::size_t(row) * std::size_t(target.width) + first;
+  float* depth =
+      target.depth && tri.depthTest ? target.depth + std::size_t(row) * std::size_t(target.width) + first : nullptr;
+  const float dy = float(row) + 0.5f - tri.oy, dx = float(first) + 0.5f - tri.ox;
+  auto start = [&](const Plane& p) { return p.at + p.dy * dy + p.dx * dx; };
+  const float q0 = start(tri.q), s0 = start(tri.s), t0 = start(tri.t), z0 = start(tri.z);
+  const float r0 = Flat ? 0 : start(tri.r), g0 = Flat ? 0 : start(tri.g), b0 = Flat ? 0 : start(tri.b);
+  const bool blend = tri.colour[3] != 255;
+  const int32_t bias = K == kNearest ? 0 : 32768;
+  const int count = last - first + 1;
+  const TextureRecord* texture = tri.texture;
+  const LaneLight lanes = MakeLaneLight<Ayuv>(tri.light);
+  const bool modulate = !Flat || tri.modulate;
+  auto coordinates = [&](int k, int32_t& u, int32_t& v) {
+    const float w = 1.0f / (q0 + tri.q.dx * float(k));
+    u = FloorToInt((s0 + tri.s.dx * float(k)) * w) - bias;
+    v = FloorToInt((t0 + tri.t.dx * float(k)) * w) - bias;
+  };
+  for (int run = 0; run < count; run += kRun) {
+    const int end = std::min(run + kRun, count) - 1;
+    int32_t u = 0, v = 0, du = 0, dv = 0;
+    bool inside = false;
+    if constexpr (K != kPlain) {
+      int32_t uEnd, vEnd;
+      coordinates(run, u, v);
+      if (end > run) {
+        coordinates(end, uEnd, vEnd);
+        du = int32_t((int64_t(uEnd) - u) / (end - run)), dv = int32_t((int64_t(vEnd) - v) / (end - run));
+      }
+      // Stepping is linear, so the run's texels lie between those of its ends.
+      const int32_t uLast = u + du * (end - run), vLast = v + dv * (end - run);
+      const int32_t reach = K == kNearest ? 1 : 2;
+      inside = std::min(u, uLast) >= 0 && (std::max(u, uLast) >> 16) + reach <= texture->width &&
+               std::min(v, vLast) >= 0 && (std::max(v, vLast) >> 16) + reach <= texture->height;
+    }
+    for (int k = run; k <= end; ++k, u += du, v += dv) {
+      if (depth) {
+        const float z = z0 + tri.z.dx * float(k);
+        if (!(z > depth[k])) continue;
+        depth[k] = z;
+      }
+      int32_t light[3] = {tri.light[0], tri.light[1], tri.light[2]};
+      if constexpr (!Flat) {
+        const float w = 1.0f / (q0 + tri.q.dx * float(k));
+        light[0] = LightFactor((r0 + tri.r.dx * float(k)) * w);
+        light[1] = LightFactor((g0 + tri.g.dx * float(k)) * w);
+        light[2] = LightFactor((b0 + tri.b.dx * float(k)) * w);
+      }
+      uint32_t pixel;
+      if constexpr (K == kPlain) {
+        pixel = Flat ? tri.flatPixel : LitColour<Ayuv>(tri.colour, light);
+      } else if (K != kNearest && inside) {
+        const std::size_t stride = std::size_t(texture->width);
+        const uint32_t* topLeft = texture->pixels + std::size_t(v >> 16) * stride + std::size_t(u >> 16);
+        __m128i c = SampleInside(topLeft, stride, uint32_t(u >> 8) & 255, uint32_t(v >> 8) & 255);
+        if (modulate) {
+          const LaneLight pixelLanes = Flat ? lanes : MakeLaneLight<Ayuv>(light);
+          c = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(c, pixelLanes.factor), pixelLanes.dark), 8);
+        }
+        pixel = uint32_t(_mm_cvtsi128_si32(_mm_packus_epi16(c, c)));
+      } else {
+        pixel = Sample<K>(*texture, u, v);
+        if (modulate) pixel = Modulate<Ayuv>(pixel, light);
+      }
+      out[k] = blend ? Blend(out[k], pixel, tri.colour[3]) : pixel;
+    }
+  }
+}
+
+template <int K> RasterizerGen::SpanFn ChooseSpan(bool ayuv, bool flat) {
+  if (ayuv) return flat ? &Span<K, true, true> : &Span<K, true, false>;
+  return flat ? &Span<K, false, true> : &Span<K, false, false>;
+}
+
+RasterizerGen::SpanFn ChooseSpan(int kind, bool ayuv, bool flat) {
+  switch (kind) {
+    case kNearest: return ChooseSpan<kNearest>(ayuv, flat);
+    case kBilinear: return ChooseSpan<kBilinear>(ayuv, flat);
+    case kBilinearClamp: return ChooseSpan<kBilinearClamp>(ayuv, flat);
+    default: return ChooseSpan<kPlain>(ayuv, flat);
+  }
+}
+
+// The plane through three values at three points, anchored at the first point.
+Plane MakePlane(const double* x, const double* y, double det, float a0, float a1, float a2) {
+  const double e1x = x[1] - x[0], e1y = y[1] - y[0], e2x = x[2] - x[0], e2y = y[2] - y[0];
+  const double d1 = double(a1) - a0, d2 = double(a2) - a0;
+  return {a0, float((d1 * e2y - d2 * e1y) / det), float((d2 * e1x - d1 * e2x) / det)};
+}
+
+}  // namespace
+
+RasterizerGen::RasterizerGen() noexcept = default;
+
+RasterizerGen::~RasterizerGen() { std::free(depth_); }
+
+void RasterizerGen::Init(float perspective, float width, float height, float top, float bottom, float left,
+                         float right, float near, float far, uint32_t* colour) noexcept {
+  perspective_ = perspective != 0.0f;
+  const int w = width >= 1 && width < 65536 ? int(width) : 0, h = height >= 1 && height < 65536 ? int(height) : 0;
+  if (std::size_t(w) * std::size_t(h) != depthPixels_) {
+    std::free(depth_);
+    depth_ = nullptr;
+    depthPixels_ = 0;
+  }
+  width_ = w, height_ = h;
+  top_ = top, bottom_ = bottom, left_ = left, right_ = right, near_ = near, far_ = far;
+  colour_ = w && h ? colour : nullptr;
+  queued_ = 0;
+  pendingCount_ = 0;
+}
+
+void RasterizerGen::SetLightEnabled(int light, bool on) noexcept {
+  if (light >= 0 && light < kMaxLights) lights_[light].enabled = on;
+}
+
+void RasterizerGen::SetLightColour(int light, int which, int red, int green, int blue) noexcept {
+  if (light < 0 || light >= kMaxLights || which < 0 || which > 2) return;
+  LightSource& source = lights_[light];
+  float* target = which == 0 ? source.ambient : which == 1 ? source.diffuse : source.specular;
+  target[0] = float(red), target[1] = float(green), target[2] = float(blue);
+}
+
+void RasterizerGen::SetLightPosition(int light, float x, float y, float z, float w) noexcept {
+  if (light < 0 || light >= kMaxLights) return;
+  float* position = lights_[light].position;
+  position[0] = x, position[1] = y, position[2] = z, position[3] = w;
+}
+
+float* RasterizerGen::DepthBuffer() noexcept {
+  if (!depth_ && width_ > 0 && height_ > 0) {
+    const std::size_t pixels = std::size_t(width_) * std::size_t(height_);
+    depth_ = static_cast<float*>(std::malloc(pixels * sizeof(float)));
+    if (!depth_) return nullptr;
+    depthPixels_ = pixels;
+    std::fill(depth_, depth_ + pixels, kFarthest);
+  }
+  return depth_;
+}
+
+void RasterizerGen::ClearDepth() noexcept {
+  if (depth_) {
+    std::fill(depth_, depth_ + depthPixels_, kFarthest);
+  } else {
+    DepthBuffer();
+  }
+}
+
+int RasterizerGen::Orientation(const RasterVertex& a, const RasterVertex& b, const RasterVertex& c) const noexcept {
+  // In the viewer's frame (z towards the viewer) the normal of a counter-clockwise triangle points
+  // at the eye: at the origin for a perspective, along +z for an orthographic projection.
+  const double ax = a.x, ay = a.y, az = -double(a.depth);
+  const double e1x = b.x - ax, e1y = b.y - ay, e1z = -double(b.depth) - az;
+  const double e2x = c.x - ax, e2y = c.y - ay, e2z = -double(c.depth) - az;
+  const double nx = e1y * e2z - e1z * e2y, ny = e1z * e2x - e1x * e2z, nz = e1x * e2y - e1y * e2x;
+  const double facing = perspective_ ? -(nx * ax + ny * ay + nz * az) : nz;
+  return facing > 0 ? 1 : 0;
+}
+
+void RasterizerGen::Light(const RasterVertex& v, float lit[3]) const noexcept {
+  if (!lighting_) {
+    lit[0] = lit[1] = lit[2] = 255.0f;
+    return;
+  }
+  float normal[3] = {v.nx, v.ny, v.nz};
+  Normalise(normal);
+  float toViewer[3] = {0.0f, 0.0f, -1.0f};
+  if (perspective_) {
+    toViewer[0] = -v.x, toViewer[1] = -v.y, toViewer[2] = -v.depth;
+    Normalise(toViewer);
+  }
+  lit[0] = lit[1] = lit[2] = 0.0f;
+  for (const LightSource& light : lights_) {
+    if (!light.enabled) continue;
+    float toLight[3] = {light.position[0], light.position[1], light.position[2]};
+    if (light.position[3] != 0.0f) {
+      const float inverse = 1.0f / light.position[3];
+      toLight[0] = toLight[0] * inverse - v.x, toLight[1] = toLight[1] * inverse - v.y;
+      toLight[2] = toLight[2] * inverse - v.depth;
+    }
+    Normalise(toLight);
+    const float diffuse = std::max(0.0f, Dot(normal, toLight));
+    float specular = 0.0f;
+    if (diffuse > 0.0f) {
+      float half[3] = {toLight[0] + toViewer[0], toLight[1] + toViewer[1], toLight[2] + toViewer[2]};
+      Normalise(half);
+      specular = Shine(std::max(0.0f, Dot(normal, half)));
+    }
+    for (int c = 0; c < 3; ++c) lit[c] += light.ambient[c] + light.diffuse[c] * diffuse + light.specular[c] * specular;
+  }
+  for (int c = 0; c < 3; ++c) lit[c] = std::min(255.0f, lit[c]);
+}
+
+bool RasterizerGen::SetUp(int32_t path, const RasterVertex& a, const RasterVertex& b, const RasterVertex& c,
+                          const uint8_t colour[4]) noexcept {
+  pendingCount_ = 0;
+  if (!colour_) return false;
+  const RasterVertex* corners[3] = {&a, &b, &c};
+  EyeVertex eye[3];
+  for (int k = 0; k < 3; ++k) {
+    const RasterVertex& v = *corners[k];
+    if (!std::isfinite(v.x) || !std::isfinite(v.y) || !std::isfinite(v.depth)) return false;
+    float lit[3];
+    Light(v, lit);
+    eye[k] = {v.x, v.y, v.depth, v.s, v.t, lit[0], lit[1], lit[2]};
+  }
+  if (path == 1) {
+    // Raster path 1 lights the triangle with one colour, the mean of its corners'.
+    for (float EyeVertex::*channel : {&EyeVertex::r, &EyeVertex::g, &EyeVertex::b}) {
+      const float mean = (eye[0].*channel + eye[1].*channel + eye[2].*channel) / 3.0f;
+      for (EyeVertex& v : eye) v.*channel = mean;
+    }
+  }
+
+  // Near and far planes in eye space, where every attribute is still linear.
+  EyeVertex nearClipped[kMaxPolygon], clipped[kMaxPolygon];
+  const float near = near_, far = far_;
+  int count = ClipPolygon(eye, 3, nearClipped, kMaxPolygon, [near](const EyeVertex& v) { return v.depth - near; });
+  count = ClipPolygon(nearClipped, count, clipped, kMaxPolygon, [far](const EyeVertex& v) { return far - v.depth; });
+  if (count < 3) return false;
+  // Lighting that is the same at every corner is applied once per triangle, not per pixel.
+  pendingFlat_ = true;
+  for (int k = 1; k < count; ++k) {
+    pendingFlat_ &= clipped[k].r == clipped[0].r && clipped[k].g == clipped[0].g && clipped[k].b == clipped[0].b;
+  }
+  pendingLight_[0] = clipped[0].r, pendingLight_[1] = clipped[0].g, pendingLight_[2] = clipped[0].b;
+
+  // Projection. Path 0 in perspective divides the attributes by depth, so that they can be
+  // interpolated linearly on the screen and divided back per pixel.
+  const bool divide = perspective_ && path != 1;
+  const float scaleX = float(width_) / (right_ - left_), scaleY = float(height_) / (bottom_ - top_);
+  bool outside = false;
+  ScreenVertex screen[kMaxPolygon];
+  for (int k = 0; k < count; ++k) {
+    const EyeVertex& v = clipped[k];
+    const float inverse = 1.0f / v.depth;
+    const float x = perspective_ ? v.x * near * inverse : v.x, y = perspective_ ? -v.y * near * inverse : -v.y;
+    const float q = divide ? inverse : 1.0f;
+    ScreenVertex& s = screen[k];
+    s = {(x - left_) * scaleX, (y - top_) * scaleY, q, v.s * q, v.t * q, v.r * q, v.g * q, v.b * q,
+         perspective_ ? inverse : -v.depth};
+    if (!std::isfinite(s.x) || !std::isfinite(s.y)) return false;
+    outside |= std::fabs(s.x) > kGuardBand || std::fabs(s.y) > kGuardBand;
+  }
+  if (outside) {
+    // Far outside the screen: clip to a rectangle one pixel larger than it, on the screen, where
+    // the divided attributes are linear.
+    const float w = float(width_) + 1.0f, h = float(height_) + 1.0f;
+    ScreenVertex other[kMaxPolygon];
+    count = ClipPolygon(screen, count, other, kMaxPolygon, [](const ScreenVertex& v) { return v.x + 1.0f; });
+    count = ClipPolygon(other, count, screen, kMaxPolygon, [w](const ScreenVertex& v) { return w - v.x; });
+    count = ClipPolygon(screen, count, other, kMaxPolygon, [](const ScreenVertex& v) { return v.y + 1.0f; });
+    count = ClipPolygon(other, count, screen, kMaxPolygon, [h](const ScreenVertex& v) { return h - v.y; });
+    if (count < 3) return false;
+  }
+  std::copy(screen, screen + count, pending_);
+  pendingCount_ = count;
+  pendingPath_ = path;
+  std::copy(colour, colour + 4, pendingColour_);
+  return true;
+}
+
+bool RasterizerGen::Prepare(const ScreenVertex& v0, const ScreenVertex& v1, const ScreenVertex& v2,
+                            Prepared& out) const noexcept {
+  const ScreenVertex* v[3] = {&v0, &v1, &v2};
+  int64_t X[3], Y[3];
+  for (int k = 0; k < 3; ++k) X[k] = Snap(v[k]->x), Y[k] = Snap(v[k]->y);
+  int64_t area = (X[1] - X[0]) * (Y[2] - Y[0]) - (Y[1] - Y[0]) * (X[2] - X[0]);
+  if (area == 0) return false;
+  if (area < 0) {
+    std::swap(v[1], v[2]), std::swap(X[1], X[2]), std::swap(Y[1], Y[2]);
+    area = -area;
+  }
+  // Bounds: the pixels whose centres lie within the snapped corners, on the screen.
+  const int64_t half = int64_t(kSubpixels) / 2;
+  auto firstCentre = [half](int64_t lo) { return int(FloorDiv(lo - half + int64_t(kSubpixels) - 1, int64_t(kSubpixels))); };
+  auto lastCentre = [half](int64_t hi) { return int(FloorDiv(hi - half, int64_t(kSubpixels))); };
+  out.x0 = std::max(0, firstCentre(std::min({X[0], X[1], X[2]})));
+  out.x1 = std::min(width_ - 1, lastCentre(std::max({X[0], X[1], X[2]})));
+  out.y0 = std::max(0, firstCentre(std::min({Y[0], Y[1], Y[2]})));
+  out.y1 = std::min(height_ - 1, lastCentre(std::max({Y[0], Y[1], Y[2]})));
+  if (out.x0 > out.x1 || out.y0 > out.y1) return false;
+
+  // Edge k runs from corner k to corner k + 1; E = dx (py - y0) - dy (px - x0) is positive inside.
+  // Top-left rule: pixels exactly on an edge belong to the triangle only when the edge is a left
+  // edge (running up the screen) or a top edge (horizontal, running right).
+  for (int k = 0; k < 3; ++k) {
+    const int64_t x0 = X[k], y0 = Y[k], dx = X[(k + 1) % 3] - x0, dy = Y[(k + 1) % 3] - y0;
+    const bool topLeft = dy < 0 || (dy == 0 && dx > 0);
+    out.ei[k] = -dy * int64_t(kSubpixels);
+    out.ej[k] = dx * int64_t(kSubpixels);
+    out.e0[k] = dx * (half - y0) - dy * (half - x0) - (topLeft ? 0 : 1);
+  }
+
+  const double px[3] = {double(X[0]) / kSubpixels, double(X[1]) / kSubpixels, double(X[2]) / kSubpixels};
+  const double py[3] = {double(Y[0]) / kSubpixels, double(Y[1]) / kSubpixels, double(Y[2]) / kSubpixels};
+  const double det = double(area) / (kSubpixels * kSubpixels);
+  out.ox = float(px[0]), out.oy = float(py[0]);
+  auto plane = [&](float ScreenVertex::*field) { return MakePlane(px, py, det, v[0]->*field, v[1]->*field, v[2]->*field); };
+  out.q = plane(&ScreenVertex::q), out.s = plane(&ScreenVertex::s), out.t = plane(&ScreenVertex::t);
+  out.r = plane(&ScreenVertex::r), out.g = plane(&ScreenVertex::g), out.b = plane(&ScreenVertex::b);
+  out.z = plane(&ScreenVertex::z);
+  return true;
+}
+
+void RasterizerGen::Queue(bool textured, const TextureRecord* texture, int32_t samplingMode) noexcept {
+  if (pendingCount_ < 3) return;
+  const bool ayuv = mode_ == kLayoutAyuv;
+  const int kind = !textured                                                                  ? kPlain
+                   : samplingMode == kSampleNearest || samplingMode == kSampleBilinear ? samplingMode
+                                                                                       : kBilinearClamp;
+  int32_t light[3];
+  for (int c = 0; c < 3; ++c) light[c] = LightFactor(pendingLight_[c]);
+  for (int k = 1; k + 1 < pendingCount_; ++k) {
+    if (queued_ == kQueueCapacity) Execute();
+    Prepared& tri = queue_[queued_];
+    if (!Prepare(pending_[0], pending_[k], pending_[k + 1], tri)) continue;
+    tri.texture = texture;
+    tri.depthTest = depthTest_;
+    std::copy(pendingColour_, pendingColour_ + 4, tri.colour);
+    tri.flat = pendingFlat_;
+    std::copy(light, light + 3, tri.light);
+    tri.modulate = light[0] != 256 || light[1] != 256 || light[2] != 256;
+    tri.flatPixel = ayuv ? LitColour<true>(tri.colour, light) : LitColour<false>(tri.colour, light);
+    if (textured) {
+      // Texture coordinates straight to 1/65536 texel.
+      const float scaleS = float(texture->width) * 65536.0f, scaleT = float(texture->height) * 65536.0f;
+      tri.s = {tri.s.at * scaleS, tri.s.dx * scaleS, tri.s.dy * scaleS};
+      tri.t = {tri.t.at * scaleT, tri.t.dx * scaleT, tri.t.dy * scaleT};
+    }
+    tri.span = ChooseSpan(kind, ayuv, pendingFlat_);
+    ++queued_;
+  }
+  pendingCount_ = 0;
+}
+
+void RasterizerGen::FillTextured(const TextureRecord* texture, int32_t samplingMode) noexcept {
+  if (!texture || !texture->pixels || texture->width <= 0 || texture->height <= 0) {
+    pendingCount_ = 0;
+    return;
+  }
+  Queue(true, texture, samplingMode);
+}
+
+void RasterizerGen::FillUntextured(int32_t) noexcept { Queue(false, nullptr, 0); }
+
+void RasterizerGen::Execute() noexcept {
+  if (!colour_ || queued_ == 0) {
+    queued_ = 0;
+    return;
+  }
+  bool anyDepth = false;
+  int top = height_, bottom = -1;
+  for (int k = 0; k < queued_; ++k) {
+    anyDepth |= queue_[k].depthTest;
+    top = std::min(top, queue_[k].y0), bottom = std::max(bottom, queue_[k].y1);
+  }
+  const Target target{colour_, anyDepth ? DepthBuffer() : nullptr, width_};
+  const Prepared* queue = queue_;
+  const int count = queued_;
+  // Bands over the rows the queued triangles touch; each band draws all of them in order.
+  ParallelRows(workers_, bottom - top + 1, [&](int band0, int band1) {
+    for (int k = 0; k < count; ++k) {
+      const Prepared& tri = queue[k];
+      const int first = std::max(tri.y0, top + band0), last = std::min(tri.y1, top + band1 - 1);
+      for (int j = first; j <= last; ++j) {
+        int64_t lo = tri.x0, hi = tri.x1;
+        for (int e = 0; e < 3; ++e) {
+          const int64_t c = tri.ej[e] * j + tri.e0[e];
+          if (tri.ei[e] > 0) {
+            lo = std::max(lo, -FloorDiv(c, tri.ei[e]));
+          } else if (tri.ei[e] < 0) {
+            hi = std::min(hi, FloorDiv(c, -tri.ei[e]));
+          } else if (c < 0) {
+            hi = lo - 1;
+          }
+        }
+        if (lo <= hi) tri.span(tri, target, j, int(lo), int(hi));
+      }
+    }
+  });
+  queued_ = 0;
+}
+
+bool RasterizerGen::Project(float x, float y, float depth, float& column, float& row) const noexcept {
+  if (perspective_ && !(depth >= near_)) return false;
+  const float inverse = perspective_ ? near_ / depth : 1.0f;
+  column = (x * inverse - left_) * float(width_) / (right_ - left_);
+  row = (-y * inverse - top_) * float(height_) / (bottom_ - top_);
+  return std::isfinite(column) && std::isfinite(row);
+}
+
+}  // namespace vek::render

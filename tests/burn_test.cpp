@@ -1,0 +1,236 @@
+// The burn: its fire-front map against the diamond-square rules worked out here, and its frames,
+// driven through the reference host, against that map.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <vector>
+
+#include "pattern_run.h"
+#include "transitions/burn.h"
+#include "vek_dsp/colour.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+// Failed allocations are part of the contract tested here: the sanitizer's allocator answers null.
+extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
+#endif
+
+namespace {
+
+using vek::test::Frame;
+using vek::test::kUntouched;
+using vek::test::RecordSetup;
+using vek::test::TransitionRun;
+
+struct Map {
+  int width = 0, height = 0;
+  std::vector<int32_t> values;  // pixel (x, y) at y * width + x
+  int32_t maximum = -4096, minimum = 4096;
+  int32_t At(int x, int y) const { return values[std::size_t(y) * width + x]; }
+};
+
+// Diamond-square as the burn describes it: a wrapping grid of a power-of-two side, level by level,
+// cells row by row, three draws a cell (centre, lower edge, right edge); pixel (x, y) reads grid
+// row x, column y.
+Map ExpectedMap(int width, int height, uint32_t seed) {
+  int side = 1;
+  while (side < std::max(width, height)) side *= 2;
+  std::vector<int32_t> grid(std::size_t(side) * side, 0);
+  auto cell = [&](int row, int column) -> int32_t& { return grid[std::size_t(row % side) * side + column % side]; };
+  std::srand(seed);
+  for (int step = side; step > 1; step /= 2) {
+    const int amplitude = int(float(step) * 0.6f + 8.0f), half = step / 2;
+    for (int y = 0; y < side; y += step) {
+      for (int x = 0; x < side; x += step) {
+        const int top = cell(y, x) + cell(y, x + step), bottom = cell(y + step, x) + cell(y + step, x + step);
+        const int right = cell(y, x + step) + cell(y + step, x + step);
+        cell(y + half, x + half) = std::rand() % amplitude + (top + bottom) / 4 - amplitude / 2;
+        cell(y + step, x + half) = std::rand() % amplitude + bottom / 2 - amplitude / 2;
+        cell(y + half, x + step) = std::rand() % amplitude + right / 2 - amplitude / 2;
+      }
+    }
+  }
+  Map map{width, height, {}};
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      map.values.push_back(cell(x, y));
+      map.maximum = std::max(map.maximum, cell(x, y));
+      map.minimum = std::min(map.minimum, cell(x, y));
+    }
+  }
+  return map;
+}
+
+// The band's colour number i: green 105 rising by 10 to 245, then falling back by 10.
+std::array<uint8_t, 3> FlameColour(int i, bool lumaChroma) {
+  const uint8_t green = uint8_t(i < 15 ? 105 + 10 * i : 245 - 10 * (i - 15));
+  if (!lumaChroma) return {0, green, 255};
+  const VekYuv yuv = VekRgbToYuv(255, green, 0);
+  return {yuv.v, yuv.u, yuv.y};
+}
+
+Frame ExpectedBurn(const Map& map, const Frame& a, const Frame& b, float progress, bool lumaChroma) {
+  const int threshold = int(float(map.maximum - map.minimum + 30) * progress) + map.minimum;
+  Frame out = a;
+  for (int y = 0; y < a.height; ++y) {
+    for (int x = 0; x < a.width; ++x) {
+      const int m = map.At(x, y);
+      const std::size_t at = (std::size_t(y) * a.width + x) * 4;
+      if (m >= threshold) continue;
+      if (m < threshold - 30) {
+        std::copy_n(b.bytes.begin() + at, 4, out.bytes.begin() + at);
+        continue;
+      }
+      const auto colour = FlameColour(m - threshold + 30, lumaChroma);
+      std::copy(colour.begin(), colour.end(), out.bytes.begin() + at);
+      out.bytes[at + 3] = a.bytes[at + 3] || b.bytes[at + 3] ? 255 : 0;
+    }
+  }
+  return out;
+}
+
+// Random frames whose alpha is 0 in A on even columns and in B on even rows, so the band meets
+// all four alpha pairs.
+std::pair<Frame, Frame> Sources(int width, int height) {
+  Frame a = Frame::Random(width, height, 21), b = Frame::Random(width, height, 22);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      a.Pixel(x, y)[3] = x % 2 ? uint8_t(1 + x) : 0;
+      b.Pixel(x, y)[3] = y % 2 ? uint8_t(1 + y) : 0;
+    }
+  }
+  return {a, b};
+}
+
+int CountFlamePixels(const Map& map, float progress) {
+  const int threshold = int(float(map.maximum - map.minimum + 30) * progress) + map.minimum;
+  return int(std::count_if(map.values.begin(), map.values.end(),
+                           [&](int32_t m) { return m < threshold && m >= threshold - 30; }));
+}
+
+TEST(BurnMap, TwoByTwoShowsTheDrawOrderAndTheTransposedRead) {
+  std::srand(5);
+  const int first = std::rand() % 9 - 4, second = std::rand() % 9 - 4, third = std::rand() % 9 - 4;
+  std::srand(5);
+  int32_t maximum = -4096, minimum = 4096;
+  vek::BurnMap* map = vek::BuildBurnMap(2, 2, 0.6f, 8.0f, maximum, minimum);
+  ASSERT_NE(map, nullptr);
+  const int32_t* v = map->Values();
+  EXPECT_EQ(v[0], 0) << "the corner is never drawn";
+  EXPECT_EQ(v[3], first) << "the centre is drawn first";
+  EXPECT_EQ(v[2], second) << "pixel (0, 1) is grid row 0, column 1: the lower edge, drawn second";
+  EXPECT_EQ(v[1], third) << "pixel (1, 0) is grid row 1, column 0: the right edge, drawn third";
+  EXPECT_EQ(maximum, std::max({0, first, second, third}));
+  EXPECT_EQ(minimum, std::min({0, first, second, third}));
+  vek::FreeBurnMap(map);
+}
+
+TEST(BurnMap, FollowsTheDiamondSquareRulesOnOddSizes) {
+  for (auto [width, height] : {std::pair{1, 1}, {3, 5}, {37, 23}, {64, 17}, {5, 70}}) {
+    SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+    const Map expected = ExpectedMap(width, height, 77);
+    std::srand(77);
+    int32_t maximum = -4096, minimum = 4096;
+    vek::BurnMap* map = vek::BuildBurnMap(uint32_t(width), uint32_t(height), 0.6f, 8.0f, maximum, minimum);
+    ASSERT_NE(map, nullptr);
+    EXPECT_EQ(std::vector<int32_t>(map->Values(), map->Values() + expected.values.size()), expected.values);
+    EXPECT_EQ(maximum, expected.maximum);
+    EXPECT_EQ(minimum, expected.minimum);
+    vek::FreeBurnMap(map);
+  }
+}
+
+TEST(Burn, FramesFollowTheFrontOfTheSeed) {
+  auto [a, b] = Sources(37, 23);
+  for (int layout : {0, 1}) {
+    const Map map = ExpectedMap(37, 23, 1234);
+    TransitionRun run("DSP_TR_Burn", 37, 23, RecordSetup{layout});
+    run.Prepare();
+    for (float progress : {0.0f, 0.2f, 0.5f, 0.77f, 1.0f}) {
+      SCOPED_TRACE("layout " + std::to_string(layout) + " progress " + std::to_string(progress));
+      EXPECT_EQ(run.Render(a, b, progress).bytes, ExpectedBurn(map, a, b, progress, layout == 1).bytes);
+    }
+    ASSERT_GT(CountFlamePixels(map, 0.5f), 20) << "the band must be seen for the colours to be checked";
+  }
+}
+
+TEST(Burn, EndsShowAAndNeverQuiteB) {
+  auto [a, b] = Sources(37, 23);
+  const Map map = ExpectedMap(37, 23, 1234);
+  TransitionRun run("DSP_TR_Burn", 37, 23);
+  run.Prepare();
+  EXPECT_EQ(run.Render(a, b, 0.0f).bytes, a.bytes);
+  const Frame end = run.Render(a, b, 1.0f);
+  int atMaximum = 0;
+  for (int y = 0; y < 23; ++y) {
+    for (int x = 0; x < 37; ++x) {
+      const uint8_t* shown = end.Row(y) + x * 4;
+      if (map.At(x, y) == map.maximum) {
+        ++atMaximum;
+        EXPECT_TRUE(std::equal(shown, shown + 3, FlameColour(0, false).begin())) << x << "," << y;
+      } else {
+        EXPECT_TRUE(std::equal(shown, shown + 4, b.Row(y) + x * 4)) << x << "," << y;
+      }
+    }
+  }
+  EXPECT_GE(atMaximum, 1);
+}
+
+TEST(Burn, FieldsUseTheMapOfTheWholeFrame) {
+  auto [a, b] = Sources(9, 7);
+  TransitionRun whole("DSP_TR_Burn", 9, 7), even("DSP_TR_Burn", 9, 7, RecordSetup{0, 1}), odd("DSP_TR_Burn", 9, 7, RecordSetup{0, 2});
+  const Frame frame = whole.RenderOnce(a, b, 0.45f), evenRows = even.RenderOnce(a, b, 0.45f),
+              oddRows = odd.RenderOnce(a, b, 0.45f);
+  for (int y = 0; y < 7; ++y) {
+    EXPECT_TRUE((y % 2 ? oddRows : evenRows).RowEquals(y, frame)) << "row " << y;
+    EXPECT_TRUE((y % 2 ? evenRows : oddRows).RowIsAll(y, kUntouched)) << "row " << y;
+  }
+}
+
+TEST(Burn, OneSeedGivesOnePatternWhateverTheGeneratorDidBefore) {
+  auto [a, b] = Sources(40, 30);
+  TransitionRun first("DSP_TR_Burn", 40, 30, RecordSetup{0, 0, 7});
+  const Frame reference = first.RenderOnce(a, b, 0.5f);
+  std::srand(99);
+  for (int i = 0; i < 1000; ++i) std::rand();
+  TransitionRun again("DSP_TR_Burn", 40, 30, RecordSetup{0, 0, 7}), other("DSP_TR_Burn", 40, 30, RecordSetup{0, 0, 8});
+  EXPECT_EQ(again.RenderOnce(a, b, 0.5f).bytes, reference.bytes);
+  EXPECT_NE(other.RenderOnce(a, b, 0.5f).bytes, reference.bytes);
+  std::srand(1);
+  EXPECT_EQ(first.Render(a, b, 0.5f).bytes, reference.bytes) << "Process draws nothing";
+}
+
+TEST(Burn, WithoutAMapForTheFrameProcessFailsAndWritesNothing) {
+  TransitionRun run("DSP_TR_Burn", 4, 3);
+  const VekEffectCallbacks& c = run.Callbacks();
+  Frame a = Frame::Filled(4, 3, 1), b = Frame::Filled(4, 3, 2), out = Frame::Filled(4, 3, kUntouched);
+  run.Attach(a, b, 0.5f);
+  run.Record().output = out.Data();
+  EXPECT_EQ(c.process(&run.Record()), VEK_E_FAIL) << "no map before Prepare";
+  run.Prepare();
+  EXPECT_EQ(c.process(&run.Record()), VEK_S_OK);
+  run.Record().height = 2;
+  EXPECT_EQ(c.process(&run.Record()), VEK_E_FAIL) << "the map covers a 4x3 frame only";
+  run.Record().height = 3;
+  EXPECT_EQ(c.releaseResources(&run.Record()), VEK_S_OK);
+  EXPECT_EQ(c.releaseResources(&run.Record()), VEK_S_OK);
+  out = Frame::Filled(4, 3, kUntouched);
+  run.Record().output = out.Data();
+  EXPECT_EQ(c.process(&run.Record()), VEK_E_FAIL);
+  EXPECT_TRUE(out.RowIsAll(0, kUntouched) && out.RowIsAll(2, kUntouched));
+}
+
+TEST(Burn, AMapNoMemoryCanHoldFailsPrepare) {
+  int32_t maximum = -4096, minimum = 4096;
+  EXPECT_EQ(vek::BuildBurnMap(1u << 20, 1u << 20, 0.6f, 8.0f, maximum, minimum), nullptr);
+  EXPECT_EQ(vek::BuildBurnMap(1u << 30, 1, 0.6f, 8.0f, maximum, minimum), nullptr);
+  TransitionRun run("DSP_TR_Burn", 1 << 20, 1 << 20);
+  EXPECT_EQ(run.Callbacks().prepare(&run.Record()), VEK_E_FAIL);
+  EXPECT_EQ(run.Record().prepared, 1);
+  uint8_t out[16] = {};
+  run.Record().output = out;
+  EXPECT_EQ(run.Callbacks().process(&run.Record()), VEK_E_FAIL);
+  EXPECT_EQ(run.Callbacks().releaseResources(&run.Record()), VEK_S_OK);
+}
+
+}  // namespace

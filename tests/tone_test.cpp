@@ -1,0 +1,293 @@
+// The threshold, X-ray and colour-split transitions, driven through the reference host, against
+// their rules worked out here; and all six pattern transitions on small and odd frames.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <vector>
+
+#include "pattern_run.h"
+#include "vek_dsp/colour.h"
+
+namespace {
+
+using vek::test::Frame;
+using vek::test::kUntouched;
+using vek::test::RecordSetup;
+using vek::test::TransitionRun;
+using vek::test::Uniform;
+
+Frame ToLumaChroma(const Frame& argb) {
+  Frame out = argb;
+  for (std::size_t p = 0; p < out.bytes.size(); p += 4) {
+    const VekYuv yuv = VekRgbToYuv(argb.bytes[p + 2], argb.bytes[p + 1], argb.bytes[p]);
+    out.bytes[p] = yuv.v, out.bytes[p + 1] = yuv.u, out.bytes[p + 2] = yuv.y;
+  }
+  return out;
+}
+
+// Rows of `expected` that the field visits must match; the others must be untouched.
+void ExpectField(const Frame& out, const Frame& expected, int field) {
+  for (int y = 0; y < out.height; ++y) {
+    const bool visited = field == 0 || y % 2 == field - 1;
+    EXPECT_TRUE(visited ? out.RowEquals(y, expected) : out.RowIsAll(y, kUntouched)) << "field " << field << " row " << y;
+  }
+}
+
+// ---- DSP_TR_Threshold
+
+Frame ExpectedThreshold(const Frame& a, const Frame& b, int type, float progress, bool lumaChroma) {
+  if (progress == 0.0f) return a;
+  if (progress == 1.0f) return b;
+  const int t = int(progress * 255);
+  Frame out = a;
+  for (std::size_t p = 0; p < out.bytes.size(); p += 4) {
+    const uint8_t* key = (type == 0 ? a : b).bytes.data() + p;
+    const bool keepsA = lumaChroma ? key[2] >= t : key[0] + key[1] + key[2] >= 3 * t;
+    if (!keepsA) std::copy_n(b.bytes.begin() + p, 4, out.bytes.begin() + p);
+  }
+  return out;
+}
+
+TEST(Threshold, KeysAtThreeTimesTheThresholdKeepA) {
+  const uint8_t bright[4] = {100, 100, 200, 9}, dim[4] = {100, 100, 180, 9}, exact[4] = {127, 127, 127, 9},
+                below[4] = {127, 127, 126, 9}, other[4] = {1, 2, 3, 4};
+  Frame a = Frame::Filled(4, 1, 0), b = Uniform(4, 1, other);
+  const uint8_t* keys[] = {bright, dim, exact, below};
+  for (int x = 0; x < 4; ++x) std::copy_n(keys[x], 4, a.Pixel(x, 0));
+  const Frame out = TransitionRun("DSP_TR_Threshold", 4, 1).RenderOnce(a, b, 0.5f);  // t = 127
+  EXPECT_TRUE(vek::test::PixelIs(out.Row(0), bright)) << "sum 400 >= 381";
+  EXPECT_TRUE(vek::test::PixelIs(out.Row(0) + 4, other)) << "sum 380 < 381";
+  EXPECT_TRUE(vek::test::PixelIs(out.Row(0) + 8, exact)) << "sum 381 = 3t keeps A";
+  EXPECT_TRUE(vek::test::PixelIs(out.Row(0) + 12, other));
+}
+
+TEST(Threshold, TypeTwoShowsTheBlackOfBFromTheFirstStep) {
+  const uint8_t black[4] = {0, 0, 0, 255}, lit[4] = {9, 9, 9, 255};
+  Frame a = Uniform(2, 1, lit), b = Uniform(2, 1, black);
+  TransitionRun run("DSP_TR_Threshold", 2, 1);
+  run.SetRaw("P2", int64_t(1));
+  run.Prepare();
+  EXPECT_EQ(run.Render(a, b, 0.0039f).bytes, a.bytes) << "t = 0";
+  EXPECT_EQ(run.Render(a, b, 0.004f).bytes, b.bytes) << "t = 1";
+}
+
+TEST(Threshold, FramesAndFieldsFollowTheKeyRuleInBothLayouts) {
+  for (int width : {1, 3, 4, 5, 13}) {
+    Frame a = Frame::Random(width, 5, 31), b = Frame::Random(width, 5, 32);
+    for (int layout : {0, 1}) {
+      for (int type : {0, 1}) {
+        for (float progress : {0.0f, 0.2f, 0.5f, 0.9f, 1.0f}) {
+          const Frame expected = ExpectedThreshold(a, b, type, progress, layout == 1);
+          for (int field : {0, 1, 2}) {
+            SCOPED_TRACE("width " + std::to_string(width) + " layout " + std::to_string(layout) + " type " +
+                         std::to_string(type) + " progress " + std::to_string(progress));
+            TransitionRun run("DSP_TR_Threshold", width, 5, RecordSetup{layout, field});
+            run.SetRaw("P2", int64_t(type));
+            ExpectField(run.RenderOnce(a, b, progress), expected, field);
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(Threshold, EndsShowOneSourceWholeWhateverTheKeys) {
+  const uint8_t white[4] = {255, 255, 255, 255}, black[4] = {0, 0, 0, 0};
+  Frame a = Uniform(3, 2, white), b = Uniform(3, 2, black);
+  TransitionRun run("DSP_TR_Threshold", 3, 2);
+  run.Prepare();
+  EXPECT_EQ(run.Render(a, b, 1.0f).bytes, b.bytes) << "a white key would keep A by the rule";
+  EXPECT_EQ(run.Render(b, a, 0.0f).bytes, b.bytes);
+}
+
+// ---- DSP_TR_XRay
+
+int Luma(const uint8_t* p) { return (1053 * p[2] + 2064 * p[1] + 401 * p[0] + 67584) >> 12; }
+
+Frame ExpectedXRay(const Frame& a, const Frame& b, float p) {
+  Frame out = a;
+  for (std::size_t i = 0; i < out.bytes.size(); i += 4) {
+    const uint8_t* pa = a.bytes.data() + i;
+    const uint8_t* pb = b.bytes.data() + i;
+    const int negative = ~Luma(pa) & 255;
+    for (int c = 0; c < 3; ++c) {
+      int value;
+      if (p <= 0.4f) {
+        const int k = int(p * 2.5f * 1024.0f);
+        value = (pa[c] * (1024 - k) + negative * k) >> 10;
+      } else if (p <= 0.8f) {
+        const int shift = int((p * 2.5f - 1.0f) * 4.0f * 255.0f - 765.0f), u = shift + 4 * negative;
+        value = u > negative ? std::min(u, 255) : negative;
+      } else {
+        const int k = int((p * 5.0f - 4.0f) * 1024.0f);
+        value = (pb[c] * k + (1024 - k) * 255) >> 10;
+        out.bytes[i + 3] = pb[3];
+      }
+      out.bytes[i + c] = uint8_t(value);
+    }
+  }
+  return out;
+}
+
+TEST(XRay, EveryPhaseFollowsItsFormula) {
+  for (int width : {1, 3, 4, 5, 13}) {
+    Frame a = Frame::Random(width, 4, 41), b = Frame::Random(width, 4, 42);
+    for (float progress : {0.0f, 0.13f, 0.4f, 0.41f, 0.55f, 0.7f, 0.8f, 0.81f, 0.93f, 1.0f}) {
+      SCOPED_TRACE("width " + std::to_string(width) + " progress " + std::to_string(progress));
+      EXPECT_EQ(TransitionRun("DSP_TR_XRay", width, 4).RenderOnce(a, b, progress).bytes,
+                ExpectedXRay(a, b, progress).bytes);
+    }
+  }
+}
+
+TEST(XRay, PhaseBoundsAreANegativeAWhiteFrameAndB) {
+  const uint8_t white[4] = {255, 255, 255, 77}, red[4] = {0, 0, 255, 66}, blue[4] = {200, 10, 30, 5};
+  Frame a = Frame::Filled(2, 1, 0), b = Uniform(2, 1, blue);
+  std::copy_n(white, 4, a.Pixel(0, 0));
+  std::copy_n(red, 4, a.Pixel(1, 0));
+  TransitionRun run("DSP_TR_XRay", 2, 1);
+  run.Prepare();
+  EXPECT_EQ(run.Render(a, b, 0.0f).bytes, a.bytes);
+  const Frame negative = run.Render(a, b, 0.4f);
+  const uint8_t redGrey = uint8_t(255 - Luma(red));
+  const uint8_t whiteNegative[4] = {20, 20, 20, 77}, redNegative[4] = {redGrey, redGrey, redGrey, 66};
+  EXPECT_TRUE(vek::test::PixelIs(negative.Row(0), whiteNegative));
+  EXPECT_TRUE(vek::test::PixelIs(negative.Row(0) + 4, redNegative));
+  const Frame burnt = run.Render(a, b, 0.8f);
+  const uint8_t burntWhite[4] = {255, 255, 255, 77}, burntRed[4] = {255, 255, 255, 66};
+  EXPECT_TRUE(vek::test::PixelIs(burnt.Row(0), burntWhite) && vek::test::PixelIs(burnt.Row(0) + 4, burntRed));
+  EXPECT_EQ(run.Render(a, b, 1.0f).bytes, b.bytes);
+}
+
+TEST(XRay, LumaChromaRenderingLooksLikeTheArgbOne) {
+  Frame a = Frame::Random(33, 6, 43), b = Frame::Random(33, 6, 44);
+  Frame yuvA = ToLumaChroma(a), yuvB = ToLumaChroma(b);
+  for (float progress : {0.0f, 0.1f, 0.3f, 0.4f, 0.5f, 0.7f, 0.8f, 0.85f, 0.95f, 1.0f}) {
+    SCOPED_TRACE("progress " + std::to_string(progress));
+    const Frame expected = ToLumaChroma(TransitionRun("DSP_TR_XRay", 33, 6).RenderOnce(a, b, progress));
+    const Frame out = TransitionRun("DSP_TR_XRay", 33, 6, RecordSetup{1}).RenderOnce(yuvA, yuvB, progress);
+    int worst = 0;
+    for (std::size_t i = 0; i < out.bytes.size(); ++i) worst = std::max(worst, std::abs(out.bytes[i] - expected.bytes[i]));
+    // Each side rounds once per step: the blend, then the conversion.
+    EXPECT_LE(worst, 2);
+    if (progress >= 0.4f && progress <= 0.8f) {
+      for (std::size_t i = 0; i < out.bytes.size(); i += 4) {
+        ASSERT_EQ(out.bytes[i], 128) << "grey phases have neutral chroma";
+        ASSERT_EQ(out.bytes[i + 1], 128) << "grey phases have neutral chroma";
+      }
+    }
+  }
+}
+
+TEST(XRay, EveryFieldModeRendersTheWholeFrame) {
+  Frame a = Frame::Random(6, 5, 45), b = Frame::Random(6, 5, 46);
+  for (int field : {1, 2}) {
+    EXPECT_EQ(TransitionRun("DSP_TR_XRay", 6, 5, RecordSetup{0, field}).RenderOnce(a, b, 0.3f).bytes,
+              ExpectedXRay(a, b, 0.3f).bytes);
+  }
+}
+
+// ---- DSP_TR_ColorSplit
+
+Frame ExpectedColorSplit(const Frame& a, const Frame& b, float p, bool lumaChroma) {
+  Frame out = b;
+  const int fall = int(float(a.height) * p * p);
+  for (int y = 0; y < a.height; ++y) {
+    for (int x = 0; x < a.width; ++x) {
+      const uint8_t* pixel = a.Row(y) + x * 4;
+      const int tone = lumaChroma ? (pixel[2] + 31) >> 6 : (pixel[0] + pixel[1] + pixel[2]) >> 7;
+      const int landing = y + std::max(tone, 1) * fall;
+      if (landing < a.height) std::copy_n(pixel, 4, out.Pixel(x, landing));
+    }
+  }
+  return out;
+}
+
+// A frame of pixels that leave at once (class 5 or, in luma, 4) with a few that fall by their tone.
+TEST(ColorSplit, PixelsFallByToneAndTheLowestSourceRowWins) {
+  struct Case {
+    int layout;
+    uint8_t staying[4], black[4], second[4], third[4];
+  };
+  const Case cases[] = {{0, {255, 255, 255, 1}, {0, 0, 0, 11}, {100, 100, 100, 22}, {128, 128, 128, 33}},
+                        {1, {128, 128, 235, 1}, {128, 128, 16, 11}, {128, 128, 100, 22}, {128, 128, 170, 33}}};
+  const uint8_t backdrop[4] = {7, 7, 7, 7};
+  for (const Case& c : cases) {
+    SCOPED_TRACE("layout " + std::to_string(c.layout));
+    Frame a = Uniform(3, 100, c.staying), b = Uniform(3, 100, backdrop);
+    std::copy_n(c.black, 4, a.Pixel(0, 0));   // class 0, falls as 1: 25 rows
+    std::copy_n(c.second, 4, a.Pixel(1, 0));  // class 2: 50 rows
+    std::copy_n(c.black, 4, a.Pixel(1, 25));  // also lands on row 50, from a lower row
+    std::copy_n(c.third, 4, a.Pixel(2, 0));   // class 3: 75 rows
+    Frame out = TransitionRun("DSP_TR_ColorSplit", 3, 100, RecordSetup{c.layout}).RenderOnce(a, b, 0.5f);  // d = 25
+    EXPECT_TRUE(vek::test::PixelIs(out.Pixel(0, 25), c.black));
+    EXPECT_TRUE(vek::test::PixelIs(out.Pixel(1, 50), c.black));
+    EXPECT_TRUE(vek::test::PixelIs(out.Pixel(2, 75), c.third));
+    std::copy_n(backdrop, 4, out.Pixel(0, 25));
+    std::copy_n(backdrop, 4, out.Pixel(1, 50));
+    std::copy_n(backdrop, 4, out.Pixel(2, 75));
+    EXPECT_EQ(out.bytes, b.bytes) << "brighter pixels have left the frame and nothing else lands";
+  }
+}
+
+TEST(ColorSplit, FramesAndFieldsFollowTheFallRule) {
+  for (auto [width, height] : {std::pair{1, 1}, {5, 9}, {16, 40}}) {
+    Frame a = Frame::Random(width, height, 51), b = Frame::Random(width, height, 52);
+    for (int layout : {0, 1}) {
+      for (float progress : {0.0f, 0.25f, 0.6f, 0.9f, 1.0f}) {
+        const Frame expected = ExpectedColorSplit(a, b, progress, layout == 1);
+        for (int field : {0, 1, 2}) {
+          SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height) + " layout " + std::to_string(layout) +
+                       " progress " + std::to_string(progress));
+          ExpectField(TransitionRun("DSP_TR_ColorSplit", width, height, RecordSetup{layout, field}).RenderOnce(a, b, progress),
+                      expected, field);
+        }
+      }
+    }
+    EXPECT_EQ(TransitionRun("DSP_TR_ColorSplit", width, height).RenderOnce(a, b, 0.0f).bytes, a.bytes);
+    EXPECT_EQ(TransitionRun("DSP_TR_ColorSplit", width, height).RenderOnce(a, b, 1.0f).bytes, b.bytes);
+  }
+}
+
+// ---- all six
+
+TEST(PatternTransitions, PrepareSetsTheFlagWhereItHasSomethingToPrepare) {
+  for (const char* id : {"DSP_TR_Burn", "DSP_TR_DissolveType", "DSP_TR_Collapse", "DSP_TR_ColorSplit"}) {
+    TransitionRun run(id, 2, 2);
+    run.Record().prepared = 0x7F7F7F00;
+    run.Prepare();
+    EXPECT_EQ(run.Record().prepared, 1) << id << ": the flag is written as a whole word";
+  }
+  for (const char* id : {"DSP_TR_Threshold", "DSP_TR_XRay"}) {
+    TransitionRun run(id, 2, 2);
+    run.Prepare();
+    EXPECT_EQ(run.Record().prepared, 0) << id;
+  }
+}
+
+// Frames allocated to their exact size, so the sanitizers see any access past them.
+TEST(PatternTransitions, SmallAndOddFramesStayInBounds) {
+  const std::pair<const char*, int> effects[] = {{"DSP_TR_Burn", 1},      {"DSP_TR_DissolveType", 3},
+                                                 {"DSP_TR_Collapse", 4},  {"DSP_TR_Threshold", 2},
+                                                 {"DSP_TR_XRay", 1},      {"DSP_TR_ColorSplit", 1}};
+  for (auto [width, height] : {std::pair{1, 1}, {1, 2}, {2, 1}, {3, 3}, {7, 5}, {17, 3}, {1, 33}, {81, 2}}) {
+    Frame a = Frame::Random(width, height, 61), b = Frame::Random(width, height, 62);
+    for (auto [id, choices] : effects) {
+      for (int layout : {0, 1}) {
+        for (int field : {0, 1, 2}) {
+          SCOPED_TRACE(std::string(id) + " " + std::to_string(width) + "x" + std::to_string(height));
+          TransitionRun run(id, width, height, RecordSetup{layout, field, uint32_t(width * 31 + height)});
+          run.Prepare();
+          for (int choice = 0; choice < choices; ++choice) {
+            if (choices > 1) run.SetRaw("P2", int64_t(choice));
+            for (float progress : {0.0f, 0.3f, 0.41f, 0.5f, 0.85f, 1.0f}) {
+              EXPECT_NO_THROW(run.Render(a, b, progress));
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
+}  // namespace

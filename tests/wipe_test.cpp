@@ -1,0 +1,351 @@
+// The wipe family through the reference host: expected frames are composed here from the rules.
+#include <cmath>
+#include <cstdlib>
+
+#include "geometric_run.h"
+
+namespace {
+
+using namespace vek::test;
+
+enum { kUp, kDown, kLeft, kRight };
+
+int Cubed(int length, float p) { return int(length * (double(p) * p * p)); }
+
+// The hard wipe: B covers n rows or columns from the side it enters.
+Frame HardWipe(const Frame& a, const Frame& b, int direction, int n) {
+  return Compose(a.width, a.height, [&](int x, int y) {
+    const bool fromB = direction == kUp ? y >= a.height - n : direction == kDown ? y < n
+                       : direction == kLeft ? x >= a.width - n : x < n;
+    return At(fromB ? b : a, x, y);
+  });
+}
+
+TEST(WipeFamily, EndsFieldsOptionsAndTinyFrames) {
+  for (const char* id : {"DSP_TR_Wipe", "DSP_TR_DirtyWipe", "DSP_TR_Box", "DSP_TR_WipeClock", "DSP_TR_WipeCenter",
+                         "DSP_TR_Cross"}) {
+    ExpectEndsAreTheSources(id, 24, 16);
+    ExpectTinyFramesRender(id);
+  }
+  ExpectTinyFramesRender("DSP_TR_WipeSoft");
+  for (const char* id : {"DSP_TR_Wipe", "DSP_TR_WipeSoft", "DSP_TR_Box", "DSP_TR_WipeClock", "DSP_TR_WipeCenter"}) {
+    ExpectFieldsInterleave(id, 13, 9, {0.3f, 0.62f, 0.9f});
+    ExpectNullRecordsAnswered(id, VEK_E_FAIL, VEK_E_FAIL);
+  }
+  for (const char* id : {"DSP_TR_Wipe", "DSP_TR_WipeSoft", "DSP_TR_DirtyWipe", "DSP_TR_Box", "DSP_TR_WipeClock"}) {
+    ExpectBadOptionsAreRefused(id);
+  }
+  // Kept on purpose: these two answer a null instance with success, and always draw the whole frame.
+  for (const char* id : {"DSP_TR_DirtyWipe", "DSP_TR_Cross"}) {
+    ExpectNullRecordsAnswered(id, VEK_S_OK, VEK_E_FAIL);
+    Frame a = Frame::Random(9, 7, 1), b = Frame::Random(9, 7, 2);
+    std::srand(5);
+    const Frame frame = RenderShot(id, a, b, {0.6f, 1, {0}});
+    std::srand(5);
+    EXPECT_FRAME_EQ(RenderShot(id, a, b, {0.6f, 1, {2}}), frame) << id;
+  }
+}
+
+TEST(Wipe, HalfProgressMovesAnEighthOfTheWayInEveryDirection) {
+  Frame a = Frame::Random(100, 100, 1), b = Frame::Random(100, 100, 2);
+  for (int direction : {kUp, kDown, kLeft, kRight}) {
+    EXPECT_FRAME_EQ(RenderShot("DSP_TR_Wipe", a, b, {0.5f, direction}), HardWipe(a, b, direction, 12));
+  }
+  Frame c = Frame::Random(23, 17, 3), d = Frame::Random(23, 17, 4);
+  for (float p : {0.2f, 0.71f, 0.93f}) {
+    for (int direction : {kUp, kDown, kLeft, kRight}) {
+      const int length = direction < kLeft ? 17 : 23;
+      EXPECT_FRAME_EQ(RenderShot("DSP_TR_Wipe", c, d, {p, direction}), HardWipe(c, d, direction, Cubed(length, p)));
+    }
+  }
+}
+
+// m in 64ths from where B appears first; t = trunc(2 * p * 63); a byte moves (B - A) * k / 32.
+Frame SoftWipe(const Frame& a, const Frame& b, int direction, float p, bool vector) {
+  const int w = a.width, h = a.height, t = int(2.0f * (p * 63.0f));
+  Frame out = Frame::Filled(w, h, kUntouched);
+  for (int y = 0; y < h; ++y) {
+    for (int x = 0; x < w; ++x) {
+      const int m = direction == kUp     ? ((h - y) * 64 - 64) / h
+                    : direction == kDown ? 64 * y / h
+                    : direction == kLeft ? ((w - x) * 64 - 64) / w
+                                         : 64 * x / w;
+      const bool scalarPixel = !vector || (w % 2 == 1 && x == w - 1);
+      const int k = std::clamp(t - m, 0, scalarPixel ? 31 : 32);
+      for (int c = 0; c < (scalarPixel ? 3 : 4); ++c) {
+        const int av = At(a, x, y)[c], bv = At(b, x, y)[c];
+        out.Pixel(x, y)[c] = uint8_t(av + (((bv - av) * k) >> 5));
+      }
+    }
+  }
+  return out;
+}
+
+TEST(WipeSoft, ScalarStopsAThirtySecondShortAndLeavesAlphaWhileVectorReachesB) {
+  for (int width : {8, 9}) {
+    Frame a = Frame::Random(width, 6, 5), b = Frame::Random(width, 6, 6);
+    for (int direction : {kUp, kDown, kLeft, kRight}) {
+      for (float p : {0.0f, 0.2f, 0.5f, 0.77f, 1.0f}) {
+        SCOPED_TRACE("width " + std::to_string(width) + " direction " + std::to_string(direction) + " p " +
+                     std::to_string(p));
+        EXPECT_FRAME_EQ(RenderShot("DSP_TR_WipeSoft", a, b, {p, direction, {0, 0}}), SoftWipe(a, b, direction, p, false));
+        EXPECT_FRAME_EQ(RenderShot("DSP_TR_WipeSoft", a, b, {p, direction, {0, 3}}), SoftWipe(a, b, direction, p, true));
+      }
+    }
+    if (width % 2 == 0) {
+      EXPECT_FRAME_EQ(RenderShot("DSP_TR_WipeSoft", a, b, {1.0f, 0, {0, 3}}), b);
+    }
+  }
+}
+
+TEST(WipeSoft, MaskIsOwnedFromPrepareToReleaseAndAllocationFailureIsReported) {
+  Frame a = Frame::Random(4, 3, 7), b = Frame::Random(4, 3, 8);
+  EffectRun run("DSP_TR_WipeSoft");
+  VekEffectInstance& record = run.Instance().Record();
+  record.width = 4, record.height = 3;
+  run.Instance().SetInput(0, a.Data());
+  run.Instance().SetInput(1, b.Data());
+  Frame out = Frame::Filled(4, 3, kUntouched);
+  record.output = out.Data();
+  const VekEffectCallbacks& callbacks = EffectOf("DSP_TR_WipeSoft").descriptor->callbacks;
+  EXPECT_EQ(callbacks.process(&record), VEK_E_FAIL) << "never prepared";
+  EXPECT_EQ(callbacks.prepare(&record), VEK_S_OK);
+  EXPECT_EQ(record.prepared, 1);
+  EXPECT_EQ(callbacks.process(&record), VEK_S_OK);
+  record.width = 5;
+  EXPECT_EQ(callbacks.process(&record), VEK_E_FAIL) << "a frame larger than the prepared mask";
+  record.width = 4;
+  EXPECT_EQ(callbacks.releaseResources(&record), VEK_S_OK);
+  EXPECT_EQ(callbacks.releaseResources(&record), VEK_S_OK) << "a second release does nothing";
+  EXPECT_EQ(callbacks.process(&record), VEK_E_FAIL) << "released";
+  record.width = record.height = 0x80000000u;
+  record.prepared = 0;
+  EXPECT_EQ(callbacks.prepare(&record), VEK_E_OUTOFMEMORY);
+  EXPECT_EQ(record.prepared, 0);
+  for (const char* id : {"DSP_TR_WipeSoft", "DSP_TR_WipeCenter"}) {
+    EffectRun lone(id);
+    EXPECT_EQ(EffectOf(id).descriptor->callbacks.destroy(&lone.Instance().Record()), VEK_S_OK) << id;
+  }
+}
+
+// The hard wipe, then one s x s tile of A per tile along the edge, from the C generator.
+Frame DirtyWipe(const Frame& a, const Frame& b, int direction, float p, unsigned seed) {
+  const bool rows = direction < kLeft;
+  const int length = rows ? a.height : a.width, n = Cubed(length, p), s = std::max(a.width * 8 / 320, 1);
+  Frame out = p >= 1.0f ? b : HardWipe(a, b, direction, n);
+  std::srand(seed);
+  const bool band = p > 0.0f && p < 1.0f && length >= 5;  // the ends draw nothing
+  for (int i = 0; band && i < (rows ? a.width : a.height) / s; ++i) {
+    const int o = std::rand() % (length / 5) - length / 5;
+    const int at = direction == kUp || direction == kLeft ? length - n - o : n + o;
+    const bool inside = rows ? at > 0 && at <= a.height - s : at >= 0 && at < a.width - s;
+    for (int k = 0; inside && k < s * s; ++k) {
+      const int x = rows ? i * s + k % s : at + k % s, y = rows ? at + k / s : i * s + k / s;
+      std::memcpy(out.Pixel(x, y), At(a, x, y), 4);
+    }
+  }
+  return out;
+}
+
+TEST(DirtyWipe, TilesOfAFollowTheGeneratorOneDrawPerTileAndNoneAtTheEnds) {
+  for (auto [w, h] : {std::pair{90, 40}, {10, 8}, {8, 10}, {30, 4}}) {
+    Frame a = Frame::Random(w, h, 9), b = Frame::Random(w, h, 10);
+    for (int direction : {kUp, kDown, kLeft, kRight}) {
+      for (float p : {0.0f, 0.6f, 0.85f, 1.0f}) {
+        SCOPED_TRACE(std::to_string(w) + "x" + std::to_string(h) + " direction " + std::to_string(direction) +
+                     " p " + std::to_string(p));
+        std::srand(77);
+        const Frame got = RenderShot("DSP_TR_DirtyWipe", a, b, {p, direction});
+        const int next = std::rand();
+        EXPECT_FRAME_EQ(got, DirtyWipe(a, b, direction, p, 77));
+        const int length = direction < kLeft ? h : w;
+        const int draws = p > 0.0f && p < 1.0f && length >= 5 ? (direction < kLeft ? w : h) / std::max(w * 8 / 320, 1) : 0;
+        std::srand(77);
+        for (int k = 0; k < draws; ++k) std::rand();
+        EXPECT_EQ(next, std::rand()) << "expected " << draws << " draws";
+      }
+    }
+  }
+}
+
+TEST(DirtyWipe, FarBoundIsStrictAcrossButReachesTheLastTileDown) {
+  // 10 pixels of travel at p = 0.6: n = 2, offsets -2 or -1, so tiles land at 9 or 10.
+  Frame a = Frame::Random(10, 10, 11), b = Frame::Random(10, 10, 12);
+  std::srand(3);
+  EXPECT_FRAME_EQ(RenderShot("DSP_TR_DirtyWipe", a, b, {0.6f, kLeft}), HardWipe(a, b, kLeft, 2));
+  std::srand(3);
+  const Frame up = RenderShot("DSP_TR_DirtyWipe", a, b, {0.6f, kUp});
+  EXPECT_FALSE(up.RowEquals(9, HardWipe(a, b, kUp, 2))) << "some tile lands on the last row";
+}
+
+TEST(Box, OddSidesKeepOneLineOfTheOtherPictureAndInsetsAreTruncatedHalves) {
+  for (auto [w, h] : {std::pair{5, 5}, {12, 8}, {13, 9}}) {
+    Frame a = Frame::Random(w, h, 13), b = Frame::Random(w, h, 14);
+    for (int type : {0, 1}) {
+      for (float p : {0.0f, 0.3f, 0.55f, 1.0f}) {
+        const int hx = int(w * 0.5 * p), hy = int(h * 0.5 * p);
+        const int ix = type == 0 ? hx : w / 2 - hx, iy = type == 0 ? hy : h / 2 - hy;
+        const Frame& outer = type == 0 ? b : a;
+        const Frame& inner = type == 0 ? a : b;
+        EXPECT_FRAME_EQ(RenderShot("DSP_TR_Box", a, b, {p, type}), Compose(w, h, [&](int x, int y) {
+                          const bool out = x < ix || x >= w - ix || y < iy || y >= h - iy;
+                          return At(out ? outer : inner, x, y);
+                        })) << w << "x" << h << " type " << type << " p " << p;
+      }
+    }
+  }
+  Frame a = Frame::Random(5, 3, 15), b = Frame::Random(5, 3, 16);
+  const Frame in = RenderShot("DSP_TR_Box", a, b, {1.0f, 0});
+  EXPECT_EQ(std::memcmp(At(in, 2, 1), At(a, 2, 1), 4), 0) << "In at p = 1 keeps A's middle pixel";
+  const Frame out = RenderShot("DSP_TR_Box", a, b, {0.0f, 1});
+  EXPECT_EQ(std::memcmp(At(out, 2, 1), At(b, 2, 1), 4), 0) << "Out at p = 0 shows B's middle pixel";
+}
+
+// Which pixels show B (A is all 0, B all 255).
+std::vector<bool> ClockMask(int w, int h, int degrees, int direction) {
+  Frame a = Frame::Filled(w, h, 0), b = Frame::Filled(w, h, 255);
+  const Frame out = RenderShot("DSP_TR_WipeClock", a, b, {(degrees + 0.5f) / 360.0f, direction});
+  std::vector<bool> mask(std::size_t(w) * h);
+  for (std::size_t i = 0; i < mask.size(); ++i) mask[i] = out.bytes[i * 4] == 255;
+  return mask;
+}
+
+TEST(WipeClock, QuadrantsFillInSweepOrderWithNoGapAndTheSweepOnlyAddsB) {
+  for (auto [w, h] : {std::pair{40, 30}, {41, 31}, {7, 1}}) {
+    for (int direction : {0, 1}) {
+      std::vector<bool> previous(std::size_t(w) * h, false);
+      for (int degrees = 0; degrees <= 360; ++degrees) {
+        const std::vector<bool> mask = ClockMask(w, h, degrees, direction);
+        for (int y = 0; y < h; ++y) {
+          for (int x = 0; x < w; ++x) {
+            const bool top = y < h / 2, lead = (x >= w / 2) == (direction == 1);
+            const int order = top ? (lead ? 0 : 3) : (lead ? 1 : 2);
+            const std::size_t i = std::size_t(y) * w + x;
+            ASSERT_TRUE(mask[i] || !previous[i]) << "B taken back at " << degrees << " degrees";
+            if (order < degrees / 90) {
+              ASSERT_TRUE(mask[i]) << "gap in a swept quadrant at " << degrees;
+            }
+            if (order > degrees / 90 || degrees % 90 == 0) {
+              ASSERT_EQ(mask[i], order < degrees / 90) << degrees << " degrees";
+            }
+          }
+        }
+        previous = mask;
+      }
+    }
+  }
+}
+
+TEST(WipeClock, HandStandsAtTheAngleAndClockwiseMirrorsCounterClockwise) {
+  const int w = 64, h = 48;
+  for (int degrees : {10, 45, 80, 100, 135, 170, 190, 225, 260, 280, 315, 350}) {
+    const std::vector<bool> cw = ClockMask(w, h, degrees, 1), ccw = ClockMask(w, h, degrees, 0);
+    for (int y = 0; y < h; ++y) {
+      for (int x = 0; x < w; ++x) {
+        ASSERT_EQ(cw[std::size_t(y) * w + x], ccw[std::size_t(y) * w + (w - 1 - x)]) << degrees;
+        const double dx = x + 0.5 - w / 2, dy = y + 0.5 - h / 2;
+        const double angle = std::fmod(std::atan2(dx, -dy) * 180 / 3.141592653589793 + 360, 360);
+        if (std::hypot(dx, dy) > 4 && std::abs(angle - degrees) > 4) {
+          ASSERT_EQ(cw[std::size_t(y) * w + x], angle < degrees) << degrees << " at " << x << "," << y;
+        }
+      }
+    }
+  }
+}
+
+// The circle about (w'/2, h/2) with R and the ring profile from the frame's display geometry.
+struct IrisOracle {
+  int radius, ring, rho;
+  int Weight(int depth) const {
+    return int((std::cos(depth * 3.141592653589793 / ring + 3.141592653589793) + 1) * 0.5 * 255);
+  }
+};
+IrisOracle IrisFor(int displayWidth, int h, float p) {
+  const int radius = int(std::sqrt(double(h / 2) * (h / 2) + double(displayWidth / 2) * (displayWidth / 2)));
+  return {radius, radius / 5 + 1, int(p * double(radius + radius / 5))};
+}
+
+TEST(WipeCenter, BInsideTheCircleAndARimBlendedThroughTheRaisedCosine) {
+  Frame a = Frame::Random(61, 37, 17), b = Frame::Random(61, 37, 18);
+  for (float p : {0.1f, 0.45f, 0.8f}) {
+    const IrisOracle iris = IrisFor(61, 37, p);
+    Frame want = Frame::Filled(61, 37, 0);
+    for (int y = 0; y < 37; ++y) {
+      for (int x = 0; x < 61; ++x) {
+        const int d2 = (x - 30) * (x - 30) + (y - 18) * (y - 18);
+        int d = int(std::sqrt(double(d2)));
+        if (d * d < d2) ++d;  // distance rounded up
+        const int depth = iris.rho - d;
+        for (int c = 0; c < 4; ++c) {
+          const int av = At(a, x, y)[c], bv = At(b, x, y)[c];
+          want.Pixel(x, y)[c] = depth < 0 ? av : depth >= iris.ring ? bv : uint8_t(av + (((bv - av) * iris.Weight(depth)) >> 8));
+        }
+      }
+    }
+    EXPECT_FRAME_EQ(RenderShot("DSP_TR_WipeCenter", a, b, {p}), want) << "p " << p;
+  }
+}
+
+TEST(WipeCenter, CircleIsRoundOnTheDisplayNotInPixels) {
+  Frame a = Frame::Filled(64, 64, 0), b = Frame::Filled(64, 64, 255);
+  EffectRun run("DSP_TR_WipeCenter");
+  SetShot(run, "DSP_TR_WipeCenter", {0.5f});
+  run.Instance().Record().sourceGeometry[0] = 128;  // shown twice as wide as tall
+  run.Instance().Record().sourceGeometry[1] = 64;
+  const Frame out = run.Render(a, b);
+  const IrisOracle iris = IrisFor(128, 64, 0.5f);
+  // Frame column x shows display column 2x + 1; the centre is display column 64, row 32.
+  const int inner = iris.rho - iris.ring;
+  int across = 0, down = 0, wantAcross = 0, wantDown = 0;
+  for (int k = 0; k < 64; ++k) {
+    across += At(out, k, 32)[0] == 255, down += At(out, 32, k)[0] == 255;
+    wantAcross += std::abs(2 * k + 1 - 64) <= inner, wantDown += 1 + (k - 32) * (k - 32) <= inner * inner;
+  }
+  EXPECT_EQ(across, wantAcross);
+  EXPECT_EQ(down, wantDown);
+  EXPECT_NEAR(across, down / 2.0, 2) << "half as many frame pixels across as down";
+}
+
+TEST(WipeCenter, DisplayAspectsOfTinyFramesStayInside) {
+  for (auto [w, h] : {std::pair{1, 1}, {3, 2}, {17, 5}}) {
+    Frame a = Frame::Random(w, h, 21), b = Frame::Random(w, h, 22);
+    for (auto [dw, dh] : {std::pair{16u, 9u}, {1u, 7u}, {9u, 1u}}) {
+      for (float p : {0.3f, 0.7f}) {
+        EffectRun run("DSP_TR_WipeCenter");
+        SetShot(run, "DSP_TR_WipeCenter", {p});
+        run.Instance().Record().sourceGeometry[0] = dw;
+        run.Instance().Record().sourceGeometry[1] = dh;
+        const Frame out = run.Render(a, b, {1});
+        for (int y = 1; y < h; y += 2) EXPECT_TRUE(out.RowIsAll(y, kUntouched)) << "the odd rows are not the field's";
+      }
+    }
+  }
+}
+
+TEST(Cross, SamplesFollowTheZoomTablesAndHalfProgressSamplesAAt128Over316) {
+  for (auto [w, h] : {std::pair{40, 30}, {31, 17}, {17, 31}}) {
+    Frame a = Frame::Random(w, h, 19), b = Frame::Random(w, h, 20);
+    for (float p : {0.05f, 0.5f, 0.9f}) {
+      const int weight = int(p * 127), cx = w / 2, cy = h / 2;
+      const auto sample = [](int centre, int at, int divisor) {
+        return at < centre ? centre - (centre - at) * 128 / divisor : centre + (at - centre) * 128 / divisor;
+      };
+      Frame want = Frame::Filled(w, h, 0);
+      for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+          const uint8_t* pa = At(a, sample(cx, x, 3 * weight + 127), sample(cy, y, 3 * weight + 127));
+          const uint8_t* pb = At(b, sample(cx, x, 508 - 3 * weight), sample(cy, y, 508 - 3 * weight));
+          for (int c = 0; c < 4; ++c) want.Pixel(x, y)[c] = uint8_t(pa[c] + (((pb[c] - pa[c]) * weight) >> 7));
+        }
+      }
+      EXPECT_FRAME_EQ(RenderShot("DSP_TR_Cross", a, b, {p, 0, {0, 3}}), want) << w << "x" << h << " p " << p;
+    }
+  }
+  // 79 pixels right of the centre, A is sampled 79 * 128 / 316 = 32 pixels right of it.
+  Frame a = Frame::Filled(200, 3, 0), b = Frame::Filled(200, 3, 0);
+  for (int x = 0; x < 200; ++x) a.Pixel(x, 1)[0] = uint8_t(x);
+  const Frame out = RenderShot("DSP_TR_Cross", a, b, {0.5f});
+  EXPECT_EQ(At(out, 179, 1)[0], uint8_t(132 + ((-132 * 63) >> 7)));
+}
+
+}  // namespace
