@@ -12,6 +12,7 @@
 #include <string>
 
 #include "vek_dsp/abi.h"
+#include "scratch_files.h"
 #include "vekhost_run.h"
 
 namespace {
@@ -111,11 +112,11 @@ TEST(VekhostPlugin, IsFoundByOptionThenEnvironmentThenBesideTheTool) {
 }
 
 TEST(VekhostDocs, CommittedCatalogueMatchesTheTables) {
-  const std::filesystem::path generated = std::filesystem::temp_directory_path() / "vekhost_effects.md";
+  const vek::test::ScratchFolder folder("vekhost_docs");
+  const std::filesystem::path generated = folder / "effects.md";
   const Outcome run = Vekhost(kPlugin + "docs -o \"" + generated.string() + "\"");
   ASSERT_EQ(run.status, 0) << run.err;
   const std::string text = ReadFile(generated);
-  std::filesystem::remove(generated);
   EXPECT_TRUE(InOrder(text, {"vekhost docs", "## Contents", "[DSP_TR_Wipe](#dsp_tr_wipe)", "### DSP_TR_Wipe", "| P2 |",
                              "Up, Down, Left, Right"}));
   EXPECT_TRUE(text == ReadFile(VEK_SOURCE_DIR "/docs/effects.md"))

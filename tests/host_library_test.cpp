@@ -7,6 +7,7 @@
 #include <fstream>
 #include <vector>
 
+#include "scratch_files.h"
 #include "vekhost/error.h"
 #include "vekhost/instance.h"
 #include "vekhost/plugin.h"
@@ -69,10 +70,10 @@ TEST(HostPlugin, LoadFailuresNameThePath) {
   const std::filesystem::path missing = std::filesystem::temp_directory_path() / "vek_no_such_plugin.so";
   EXPECT_NE(ErrorOf([&] { Plugin plugin(missing); }).find(missing.string()), std::string::npos);
 
-  const std::filesystem::path notALibrary = std::filesystem::temp_directory_path() / "vek_not_a_plugin.so";
+  const vek::test::ScratchFolder folder("vek_not_a_plugin");
+  const std::filesystem::path notALibrary = folder / "plugin.so";
   std::ofstream(notALibrary) << "not a shared library";
   EXPECT_NE(ErrorOf([&] { Plugin plugin(notALibrary); }).find("cannot load"), std::string::npos);
-  std::filesystem::remove(notALibrary);
 }
 
 TEST(HostPlugin, ReadsEveryRowInCatalogueOrder) {

@@ -2,7 +2,6 @@
 // plug-in: each test loads its own copy, so each starts from a freshly loaded module.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <filesystem>
 #include <string>
 
@@ -14,13 +13,14 @@ namespace {
 namespace fs = std::filesystem;
 using vek::platform::ModuleHandle;
 
-// A folder of its own under the system's temporary folder, removed with the fixture.
+// A folder of its own under the system's temporary folder, named after the test and the build it
+// runs in (tests run in parallel, and several builds may test at once), removed with the fixture.
 class ScratchFolder {
  public:
   ScratchFolder() {
-    static std::atomic<int> counter{0};
-    root_ = fs::temp_directory_path() / ("vekdsp_module_test_" + std::to_string(counter++) + "_" +
-                                         std::to_string(std::hash<std::string>{}(fs::current_path().string())));
+    const std::string test = ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    root_ = fs::temp_directory_path() /
+            ("vekdsp_" + test + "_" + std::to_string(std::hash<std::string>{}(fs::current_path().string())));
     fs::remove_all(root_);
     fs::create_directories(root_);
   }

@@ -44,7 +44,8 @@ TEST(ResourceLookup, StemIsCutAtTheFirstDotOfTheWholePath) {
 }
 
 TEST(ResourceLookup, FindsTheLocalisedNameFirstThenRes) {
-  const fs::path folder = fs::temp_directory_path() / "vekdsp_platform_test";
+  const fs::path folder = fs::temp_directory_path() /
+                          ("vekdsp_lookup_" + std::to_string(std::hash<std::string>{}(fs::current_path().string())));
   fs::remove_all(folder);
   fs::create_directories(folder);
   const PathString nativeCode = vek::platform::UserLanguageCode();
