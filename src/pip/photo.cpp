@@ -10,16 +10,29 @@ CPhoto::CPhoto(uint8_t* pixels, int width, int height) noexcept
       pixelCount_(std::size_t(width) * std::size_t(height)),
       byteSize_(pixelCount_ * 4) {}
 
-CPhoto::Histogram CPhoto::Count(std::initializer_list<int> channels) const noexcept {
-  Histogram histogram{};
+std::array<CPhoto::Histogram, 3> CPhoto::CountChannels() const noexcept {
+  std::array<Histogram, 3> histograms{};
   for (std::size_t p = 0; p < byteSize_; p += 4) {
-    for (int channel : channels) ++histogram[pixels_[p + channel]];
+    ++histograms[0][pixels_[p]];
+    ++histograms[1][pixels_[p + 1]];
+    ++histograms[2][pixels_[p + 2]];
   }
-  return histogram;
+  return histograms;
 }
 
-void CPhoto::Apply(int channel, const Table& table) noexcept {
-  for (std::size_t p = 0; p < byteSize_; p += 4) pixels_[p + channel] = table[pixels_[p + channel]];
+CPhoto::Histogram CPhoto::CountAllChannels() const noexcept {
+  const std::array<Histogram, 3> histograms = CountChannels();
+  Histogram all;
+  for (int i = 0; i < 256; ++i) all[i] = histograms[0][i] + histograms[1][i] + histograms[2][i];
+  return all;
+}
+
+void CPhoto::Apply(const std::array<Table, 3>& tables) noexcept {
+  for (std::size_t p = 0; p < byteSize_; p += 4) {
+    pixels_[p] = tables[0][pixels_[p]];
+    pixels_[p + 1] = tables[1][pixels_[p + 1]];
+    pixels_[p + 2] = tables[2][pixels_[p + 2]];
+  }
 }
 
 namespace vek {
@@ -58,23 +71,27 @@ CPhoto::Table StretchTable(const CPhoto::Histogram& histogram, uint32_t total, f
 }  // namespace vek
 
 int CPhoto::LevelsStretch(float blackFraction, float whiteFraction) noexcept {
+  const std::array<Histogram, 3> histograms = CountChannels();
+  std::array<Table, 3> tables;
   for (int channel = 0; channel < 3; ++channel) {
-    Apply(channel, vek::StretchTable(Count({channel}), uint32_t(pixelCount_), blackFraction, whiteFraction, 16));
+    tables[channel] =
+        vek::StretchTable(histograms[channel], uint32_t(pixelCount_), blackFraction, whiteFraction, 16);
   }
+  Apply(tables);
   return 1;
 }
 
 // Kept on purpose: the minimum spread is 2 here against 16 for the levels stretch.
 int CPhoto::ContrastStretch(float blackFraction, float whiteFraction) noexcept {
   const Table table =
-      vek::StretchTable(Count({0, 1, 2}), uint32_t(3 * pixelCount_), blackFraction, whiteFraction, 2);
-  for (int channel = 0; channel < 3; ++channel) Apply(channel, table);
+      vek::StretchTable(CountAllChannels(), uint32_t(3 * pixelCount_), blackFraction, whiteFraction, 2);
+  Apply({table, table, table});
   return 1;
 }
 
 int CPhoto::Equalize() noexcept {
   if (pixelCount_ == 0) return 1;
-  const Histogram histogram = Count({0, 1, 2});
+  const Histogram histogram = CountAllChannels();
   const int32_t pixels = int32_t(pixelCount_);
   std::array<int32_t, 256> entry;
   uint32_t cumulative = 0;
@@ -109,19 +126,27 @@ int CPhoto::Equalize() noexcept {
   }
   Table table;
   for (int i = 0; i < 256; ++i) table[i] = uint8_t(entry[i]);
-  for (int channel = 0; channel < 3; ++channel) Apply(channel, table);
+  Apply({table, table, table});
   return 1;
 }
 
+// The overlay of a colour byte o under the inverted grey g, blended by degree / 256, is one table
+// of 256 x 256 bytes for the frame, so each colour byte costs one lookup.
 int CPhoto::ContrastMask(int32_t degree) noexcept {
+  std::unique_ptr<uint8_t[]> blended(new (std::nothrow) uint8_t[256 * 256]);
+  auto result = [degree](int grey, int original) {
+    const int overlay = original <= 127 ? grey * original / 127 : grey + (((original - 127) * (255 - grey)) >> 7);
+    return uint8_t((overlay * degree + original * (256 - degree)) >> 8);
+  };
+  if (blended) {
+    for (int grey = 0; grey < 256; ++grey) {
+      for (int original = 0; original < 256; ++original) blended[grey * 256 + original] = result(grey, original);
+    }
+  }
   for (std::size_t p = 0; p < byteSize_; p += 4) {
     uint8_t* pixel = pixels_ + p;
     const int grey = 255 - (pixel[0] + pixel[1] + pixel[2]) / 3;
-    for (int c = 0; c < 3; ++c) {
-      const int original = pixel[c];
-      const int overlay = original <= 127 ? grey * original / 127 : grey + (((original - 127) * (255 - grey)) >> 7);
-      pixel[c] = uint8_t((overlay * degree + original * (256 - degree)) >> 8);
-    }
+    for (int c = 0; c < 3; ++c) pixel[c] = blended ? blended[grey * 256 + pixel[c]] : result(grey, pixel[c]);
   }
   return 1;
 }

@@ -24,9 +24,12 @@ class CPhoto {
   using Table = std::array<uint8_t, 256>;
 
  private:
-  // The histogram of the given colour bytes (0, 1, 2) of every pixel.
-  Histogram Count(std::initializer_list<int> channels) const noexcept;
-  void Apply(int channel, const Table& table) noexcept;
+  // One histogram per colour byte, in one pass.
+  std::array<Histogram, 3> CountChannels() const noexcept;
+  // One histogram of all three colour bytes.
+  Histogram CountAllChannels() const noexcept;
+  // Each colour byte through its channel's table, in one pass; alpha is left alone.
+  void Apply(const std::array<Table, 3>& tables) noexcept;
 
   uint8_t* pixels_;
   int width_;

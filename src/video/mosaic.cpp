@@ -68,13 +68,19 @@ BlockRun Blocks(int length, int size) {
 
 // The average of the source under a block, written over the whole block of the output.
 void FillBlock(const VideoFrame& frame, int x, int y, int width, int height, bool alphaAware) {
-  uint64_t sum[4] = {0, 0, 0, 0}, count = 0;
+  uint32_t sum[4] = {0, 0, 0, 0}, count = 0;
   for (int row = y; row < y + height; ++row) {
     const uint8_t* pixel = frame.SourceRow(row) + 4 * std::size_t(x);
-    for (int column = 0; column < width; ++column, pixel += 4) {
-      if (alphaAware && pixel[3] == 0) continue;
-      for (int c = 0; c < 4; ++c) sum[c] += pixel[c];
-      ++count;
+    const uint8_t* end = pixel + 4 * std::size_t(width);
+    if (alphaAware) {
+      for (; pixel < end; pixel += 4) {
+        if (pixel[3] == 0) continue;
+        sum[0] += pixel[0], sum[1] += pixel[1], sum[2] += pixel[2], sum[3] += pixel[3];
+        ++count;
+      }
+    } else {
+      for (; pixel < end; pixel += 4) sum[0] += pixel[0], sum[1] += pixel[1], sum[2] += pixel[2];
+      count += uint32_t(width);
     }
   }
   uint8_t average[4] = {0, 0, 0, 0};
@@ -83,9 +89,10 @@ void FillBlock(const VideoFrame& frame, int x, int y, int width, int height, boo
     // Kept on purpose: without the alpha-aware flag the blocks come out with alpha 0.
     average[3] = alphaAware ? uint8_t(sum[3] / count) : 0;
   }
-  for (int row = y; row < y + height; ++row) {
-    uint8_t* out = frame.OutputRow(row) + 4 * std::size_t(x);
-    for (int column = 0; column < width; ++column, out += 4) std::memcpy(out, average, 4);
+  uint8_t* first = frame.OutputRow(y) + 4 * std::size_t(x);
+  for (int column = 0; column < width; ++column) std::memcpy(first + 4 * column, average, 4);
+  for (int row = y + 1; row < y + height; ++row) {
+    std::memcpy(frame.OutputRow(row) + 4 * std::size_t(x), first, 4 * std::size_t(width));
   }
 }
 
