@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -138,24 +139,40 @@ void ApplyRule(const uint8_t* in, uint8_t* out, const std::vector<int>& map) {
   out[3] = in[3];
 }
 
+// Renders with the settings, and with brightness written raw into the value block when given (a
+// brightness far beyond its row makes a map that falls in places, where the order of equal bytes
+// shows in the result).
+Frame AdjustRaw(Frame& source, const Settings& settings, std::optional<int32_t> brightness, RenderMode mode = {}) {
+  EffectRun run("DSP_CO_ColorAdj");
+  for (const auto& [key, value] : settings) run.Set(key, value);
+  if (brightness) std::memcpy(run.Instance().Values(), &*brightness, sizeof *brightness);
+  return run.Render(source, mode);
+}
+
 TEST(ColorAdj, ToneMapKeepsHueByTheRuleInBothVariants) {
-  const Settings settings = {{"P1", "45"}, {"P2", "-30"}, {"P7", "-0.7"}};
-  Frame ramp = GreyRamp();
-  const Frame mapped = Adjust(ramp, settings);
-  std::vector<int> map(256);
-  for (int g = 0; g < 256; ++g) map[g] = mapped.Row(0)[4 * g];
-  Frame source = Frame::Random(61, 9, 21);
-  for (int x = 0; x < 61; x += 5) {  // equal bytes: three, then two
-    std::fill_n(source.Pixel(x, 0) + 1, 2, source.Pixel(x, 0)[0]);
-    source.Pixel(x, 1)[2] = source.Pixel(x, 1)[1];
-  }
-  for (int hint : {0, 3}) {
-    const Frame out = Adjust(source, settings, {.renderHint = hint});
-    for (int y = 0; y < source.height; ++y) {
-      for (int x = 0; x < source.width; ++x) {
-        uint8_t expected[4];
-        ApplyRule(source.Pixel(x, y), expected, map);
-        ASSERT_TRUE(std::equal(expected, expected + 4, out.Row(y) + 4 * x)) << "hint " << hint << " at " << x << "," << y;
+  const Settings settings = {{"P2", "-30"}, {"P7", "-0.7"}};
+  for (std::optional<int32_t> brightness : {std::optional<int32_t>(45), std::optional<int32_t>(500)}) {
+    Frame ramp = GreyRamp();
+    const Frame mapped = AdjustRaw(ramp, settings, brightness);
+    std::vector<int> map(256);
+    for (int g = 0; g < 256; ++g) map[g] = mapped.Row(0)[4 * g];
+    if (*brightness > 100) ASSERT_FALSE(std::is_sorted(map.begin(), map.end())) << "the map must fall somewhere";
+    Frame source = Frame::Random(61, 9, 21);
+    for (int x = 0; x < 61; x += 3) {  // equal bytes: three, then two in each position
+      std::fill_n(source.Pixel(x, 0) + 1, 2, source.Pixel(x, 0)[0]);
+      source.Pixel(x, 1)[2] = source.Pixel(x, 1)[1];
+      source.Pixel(x, 2)[2] = source.Pixel(x, 2)[0];
+      source.Pixel(x, 3)[1] = source.Pixel(x, 3)[0];
+    }
+    for (int hint : {0, 3}) {
+      const Frame out = AdjustRaw(source, settings, brightness, {.renderHint = hint});
+      for (int y = 0; y < source.height; ++y) {
+        for (int x = 0; x < source.width; ++x) {
+          uint8_t expected[4];
+          ApplyRule(source.Pixel(x, y), expected, map);
+          ASSERT_TRUE(std::equal(expected, expected + 4, out.Row(y) + 4 * x))
+              << "brightness " << *brightness << " hint " << hint << " at " << x << "," << y;
+        }
       }
     }
   }
@@ -166,7 +183,7 @@ const Settings kEveryStage = {{"P1", "20"}, {"P2", "15"}, {"P3", "0.3"}, {"P4", 
 
 TEST(ColorAdj, VectorPathAndWorkerCountsGiveTheSameBytes) {
   for (const Settings& settings : {Settings{{"P1", "-60"}, {"P7", "2"}}, kEveryStage,
-                                   Settings{{"P5", "2"}, {"P6", "1"}, {"P10", "-80"}}}) {
+                                   Settings{{"P4", "0.6"}, {"P5", "2"}, {"P6", "1"}, {"P10", "-80"}}}) {
     for (int width : {1, 7, 8, 9, 33, 300}) {
       Frame source = Frame::Random(width, 10, uint32_t(width));
       for (int layout : {0, 1}) {

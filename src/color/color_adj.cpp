@@ -27,7 +27,7 @@ constexpr Slot Place(int32_t group, Animation animation = Animation::kDefault) {
   return {group, kScopeGlobal, animation};
 }
 
-// Larger frames (16384 x 16384 and up) are answered as out of memory before anything is allocated.
+// Frames of more pixels than 16384 x 16384 are answered as out of memory before anything is allocated.
 constexpr uint64_t kMaxPixels = uint64_t(1) << 28;
 
 // The compare view (P6): the original on the left or top half, the result on the rest.
@@ -51,7 +51,7 @@ struct ColorAdjState {
   int32_t brightnessTable[kLevels], contrastTable[kLevels], exposureTable[kLevels], toneMap[kLevels];
   int32_t composedCurves;
   uint8_t toneBytes[kLevels];
-  int32_t laterStageCount;
+  int32_t laterStageCount;  // 16, stored by Prepare with the stages' tables
   int32_t coring[kCoringEntries];
   // The frame size Prepare allocated for.
   uint32_t preparedWidth, preparedHeight;
@@ -241,8 +241,7 @@ void ColourStages(const ColorAdjState& state, const Plan& plan, bool vector, con
                   int pixels) {
   const std::size_t bytes = std::size_t(pixels) * 4;
   if (plan.light) {
-    std::memcpy(out, in, bytes);
-    LightRow(out, pixels, state.lightGain);
+    LightRow(in, out, pixels, state.lightGain);
     in = out;
   }
   if (plan.tone) {
@@ -254,7 +253,7 @@ void ColourStages(const ColorAdjState& state, const Plan& plan, bool vector, con
     const ChromaTables tables{state.stageBlocks[0], state.stageBlocks[0] + kLevels,
                               reinterpret_cast<const float*>(state.stageBlocks[1]), state.stageBlocks[2],
                               state.hueSectors};
-    ChromaRow(out, pixels, tables,
+    (vector ? ChromaRowSse41 : ChromaRow)(out, pixels, tables,
               {plan.vibrance, plan.hue, plan.saturation, plan.vibranceAmount, plan.hueTurn, plan.saturationFactor});
   }
 }

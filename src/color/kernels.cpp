@@ -68,12 +68,14 @@ void ToneRow(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* map
   }
 }
 
-void LightRow(uint8_t* row, int pixels, const int32_t* gain) {
-  for (int x = 0; x < pixels; ++x, row += 4) {
-    const uint32_t g = uint32_t(gain[std::max({row[0], row[1], row[2]})]);
-    row[0] = uint8_t((row[0] * g + 32768) >> 16);
-    row[1] = uint8_t((row[1] * g + 32768) >> 16);
-    row[2] = uint8_t((row[2] * g + 32768) >> 16);
+void LightRow(const uint8_t* source, uint8_t* out, int pixels, const int32_t* gain) {
+  for (int x = 0; x < pixels; ++x, source += 4, out += 4) {
+    const uint32_t b = source[0], g = source[1], r = source[2], alpha = source[3];
+    const uint32_t factor = uint32_t(gain[std::max({b, g, r})]);
+    out[0] = uint8_t((b * factor + 32768) >> 16);
+    out[1] = uint8_t((g * factor + 32768) >> 16);
+    out[2] = uint8_t((r * factor + 32768) >> 16);
+    out[3] = uint8_t(alpha);
   }
 }
 

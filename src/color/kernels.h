@@ -15,7 +15,7 @@ void ToneRowSsse3(const uint8_t* source, uint8_t* out, int pixels, const uint8_t
 
 // Every colour byte scaled by gain[max of the three] (16.16), so the brightest byte follows the
 // recovery and fill-light curve and the others keep their ratio to it.
-void LightRow(uint8_t* row, int pixels, const int32_t* gain);
+void LightRow(const uint8_t* source, uint8_t* out, int pixels, const int32_t* gain);
 
 // Tables that Prepare builds once for the chroma stages (see stage_tables.cpp).
 struct HueSector {
@@ -45,6 +45,7 @@ struct ChromaSettings {
   float factor;
 };
 void ChromaRow(uint8_t* row, int pixels, const ChromaTables& tables, const ChromaSettings& settings);
+void ChromaRowSse41(uint8_t* row, int pixels, const ChromaTables& tables, const ChromaSettings& settings);
 
 // Luma for the sharpening: (77 R + 150 G + 29 B + 128) >> 8, one byte a pixel.
 void LumaRow(const uint8_t* row, uint8_t* luma, int pixels);
