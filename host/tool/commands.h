@@ -48,6 +48,15 @@ struct RenderRequest {
 };
 void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std::ostream& out);
 
+struct AudioRequest {
+  std::string classId;
+  std::vector<std::string> inputs;   // WAV files of one format
+  std::vector<std::string> volumes;  // INPUT:VOLUME or INPUT:START:END
+  int block = 1024;
+  std::string output;
+};
+void AudioCommand(const host::Plugin& plugin, const AudioRequest& request, std::ostream& out);
+
 void DemoCommand(const host::Plugin& plugin, const std::filesystem::path& output, FrameSize cell, std::ostream& out);
 
 void BenchCommand(const host::Plugin& plugin, std::string_view classId, FrameSize size, const SetupArguments& setup,

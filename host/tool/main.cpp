@@ -67,6 +67,16 @@ int main(int argc, char** argv) {
   renderCommand->add_option("--seed", render.setup.seed, "randomSeed of the instance");
   AddSetupOptions(renderCommand, render.setup);
 
+  vek::tool::AudioRequest audio;
+  CLI::App* audioCommand =
+      app.add_subcommand("audio", "Mix WAV files block by block through a volume effect, each with its own ramp");
+  audioCommand->add_option("EFFECT", audio.classId, "DSP_AU_VolumeAdj or DSP_AU_VolumeAdj_Exp")->required();
+  audioCommand->add_option("INPUTS", audio.inputs, "1 to 16 PCM WAV files of one format")->required();
+  audioCommand->add_option("--volume", audio.volumes, "INPUT:VOLUME or INPUT:START:END, a ramp across the mix")
+      ->allow_extra_args(false);
+  audioCommand->add_option("--block", audio.block, "Frames a block")->capture_default_str();
+  audioCommand->add_option("-o,--output", audio.output, "The mix, a WAV file")->required();
+
   std::string demoOutput = "contact_sheet.png", demoSize = "160x90";
   CLI::App* demo = app.add_subcommand("demo", "Draw the contact sheet: every effect on the built-in pictures");
   demo->add_option("-o,--output", demoOutput, "PNG file to write")->capture_default_str();
@@ -91,6 +101,8 @@ int main(int argc, char** argv) {
       vek::tool::DocsCommand(plugin, output);
     } else if (renderCommand->parsed()) {
       vek::tool::RenderCommand(plugin, render, std::cout);
+    } else if (audioCommand->parsed()) {
+      vek::tool::AudioCommand(plugin, audio, std::cout);
     } else if (demo->parsed()) {
       vek::tool::DemoCommand(plugin, demoOutput, vek::tool::ParseSize(demoSize), std::cout);
     } else if (bench->parsed()) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <type_traits>
 
 namespace vek::audio {
 namespace {
@@ -123,25 +122,47 @@ template <int Bits> void MixWide(const MixJob& job, int frames, uint8_t* shifts)
   }
 }
 
-// Writes the planar buffers back interleaved, through the limiter's gains when it did not rest.
-template <int Bits>
-void WriteBack(const MixerState& state, const float* gains, const uint8_t* shifts, int32_t ceiling, uint8_t* out) {
+// The limiter's gains applied to the planar buffers, rounded half away from zero; up to 24 bits
+// in float, which holds every value up to the ceiling exactly.
+void ApplyGains(MixerState& state, const float* gains, int32_t ceiling) {
+  const float top = float(ceiling);
+  const int frames = state.samplesPerChannel;
+  for (int c = 0; c < state.channels; ++c) {
+    int32_t* __restrict samples = state.planar[c];
+    const float* __restrict gain = gains;
+    for (int f = 0; f < frames; ++f) {
+      const float scaled = std::min(std::max(float(samples[f]) * gain[f], -top), top);
+      samples[f] = int32_t(scaled + std::copysign(0.5f, scaled));
+    }
+  }
+}
+
+// 32-bit audio in double, with the shift of frames too loud for the planar buffer undone.
+void WriteBack32(const MixerState& state, const float* gains, const uint8_t* shifts, int32_t ceiling, uint8_t* out) {
+  for (int f = 0, k = 0; f < state.samplesPerChannel; ++f) {
+    const double gain = gains[f];
+    const int shift = shifts ? shifts[f] : 0;
+    for (int c = 0; c < state.channels; ++c, ++k) {
+      const double scaled = double(int64_t(state.planar[c][f]) * (int64_t(1) << shift)) * gain;
+      const int64_t rounded = int64_t(scaled + std::copysign(0.5, scaled));
+      const int32_t v = int32_t(std::clamp<int64_t>(rounded, -ceiling, ceiling));
+      std::memcpy(out + 4 * k, &v, sizeof v);
+    }
+  }
+}
+
+// Writes the planar buffers back interleaved in the input's format.
+template <int Bits> void WriteBack(const MixerState& state, uint8_t* out) {
   const int channels = state.channels, frames = state.samplesPerChannel;
-  if (!gains) {
-    for (int f = 0, k = 0; f < frames; ++f) {
-      for (int c = 0; c < channels; ++c, ++k) WriteSample<Bits>(out, k, state.planar[c][f]);
+  if (channels == 2) {
+    for (int f = 0; f < frames; ++f) {
+      WriteSample<Bits>(out, 2 * f, state.planar[0][f]);
+      WriteSample<Bits>(out, 2 * f + 1, state.planar[1][f]);
     }
     return;
   }
-  using Real = std::conditional_t<(Bits <= 16), float, double>;
   for (int f = 0, k = 0; f < frames; ++f) {
-    const Real gain = gains[f];
-    const int shift = shifts ? shifts[f] : 0;
-    for (int c = 0; c < channels; ++c, ++k) {
-      const Real scaled = Real(int64_t(state.planar[c][f]) * (int64_t(1) << shift)) * gain;
-      const int64_t rounded = int64_t(scaled + (scaled >= 0 ? Real(0.5) : Real(-0.5)));
-      WriteSample<Bits>(out, k, int32_t(std::clamp<int64_t>(rounded, -ceiling, ceiling)));
-    }
+    for (int c = 0; c < channels; ++c, ++k) WriteSample<Bits>(out, k, state.planar[c][f]);
   }
 }
 
@@ -260,12 +281,17 @@ VekStatus Mix(MixerState& state, uint8_t* output, bool vector) noexcept {
   const bool shifted = !narrow && bits == 32;
   const float* gains =
       LimiterGains(state.limiter, state.planar, channels, frames, ceiling, shifted) ? state.limiter.peaks : nullptr;
-  const uint8_t* shifts = shifted ? state.limiter.shifts : nullptr;
+  if (bits == 32 && gains) {
+    WriteBack32(state, gains, shifted ? state.limiter.shifts : nullptr, ceiling, output);
+    state.queued = 0;
+    return VEK_S_OK;
+  }
+  if (gains) ApplyGains(state, gains, ceiling);
   switch (bits) {
-    case 8: WriteBack<8>(state, gains, shifts, ceiling, output); break;
-    case 16: WriteBack<16>(state, gains, shifts, ceiling, output); break;
-    case 24: WriteBack<24>(state, gains, shifts, ceiling, output); break;
-    default: WriteBack<32>(state, gains, shifts, ceiling, output); break;
+    case 8: WriteBack<8>(state, output); break;
+    case 16: WriteBack<16>(state, output); break;
+    case 24: WriteBack<24>(state, output); break;
+    default: WriteBack<32>(state, output); break;
   }
   state.queued = 0;
   return VEK_S_OK;
@@ -276,15 +302,15 @@ VekStatus Mix(MixerState& state, uint8_t* output, bool vector) noexcept {
 //   x <= T:  gain 1; a block that stays below T while the limiter rests passes bit for bit.
 //   x >  T:  the output peak follows y(x) = L - (L - T) * exp(-(x - T) / (L - T)), a soft knee
 //            with slope 1 at T that approaches L and never reaches it; gain = y(x) / x.
-// The curve is taken at the loudest frame of each group of 16 frames. The gain then follows it
-// as a look-ahead limiter within the block: going back from each loud frame, the gain starts to
-// fall early enough that it never falls by more than 1/64 from one frame to the next (the
-// attack), and going forward it rises back toward 1 with the recovery rate of its section,
-// (section frames * T / 10,855) / (L * 40) of the remaining gap a frame: about 0.12 % a frame
-// for a 1,600-frame section, a time constant of 822 frames. The gain never exceeds the curve's,
-// so no output passes the ceiling. The one step larger than the attack can come at a block's
-// first frame, when the block opens louder than the gain carried over from the block before
-// allows: the ceiling comes first.
+// The curve is taken at the loudest frame of each group of 16 frames, and the gain is planned at
+// the groups' edges and drawn as a straight line across each group. An edge's gain is at most the
+// curve's for both groups it touches, so no frame passes the ceiling. Going back from each loud
+// group the gain starts to fall early enough (a look-ahead within the block) that it never falls
+// by more than 1/64 from one frame to the next: the attack. Going forward it rises back toward 1
+// by (section frames * T / 10,855) / (L * 40) of the remaining gap a frame, the recovery of its
+// section: about 0.12 % a frame for a 1,600-frame section, a time constant of 822 frames. The one
+// step larger than the attack can come at a block's first frame, when the block opens louder than
+// the gain carried over from the block before allows: the ceiling comes first.
 bool LimiterGains(LimiterState& limiter, const int32_t (*planar)[kMaxFrames], int channels, int frames,
                   int32_t ceiling, bool shifted) noexcept {
   if (limiter.lastCeiling != ceiling) {
@@ -301,31 +327,62 @@ bool LimiterGains(LimiterState& limiter, const int32_t (*planar)[kMaxFrames], in
   if (shifted) {
     for (int f = 0; f < frames; ++f) gains[f] *= float(1u << limiter.shifts[f]);
   }
+  // targets[j]: first the loudest frame of group j, then the curve's gain for it; edges[j]: the
+  // gain at the start of group j, and edges[groups] the gain after the last frame.
+  const int groups = (frames + kTargetGroup - 1) / kTargetGroup;
+  float* targets = limiter.targets;
+  float* edges = limiter.edges;
+  const auto groupLength = [&](int j) { return std::min(kTargetGroup, frames - j * kTargetGroup); };
   float blockPeak = 0.0f;
-  for (int f = 0; f < frames; ++f) blockPeak = std::max(blockPeak, gains[f]);
+  for (int j = 0; j < groups; ++j) {
+    const float* group = gains + j * kTargetGroup;
+    float x = 0.0f;
+    for (int i = 0, length = groupLength(j); i < length; ++i) x = std::max(x, group[i]);
+    targets[j] = x;
+    blockPeak = std::max(blockPeak, x);
+  }
   if (limiter.gain == 1.0f && blockPeak <= threshold) return false;
-
-  for (int first = 0; first < frames; first += kTargetGroup) {
-    const int last = std::min(frames, first + kTargetGroup);
-    const float x = *std::max_element(gains + first, gains + last);
-    const float target = x <= threshold ? 1.0f : (top - knee * std::exp(-(x - threshold) / knee)) / x;
-    std::fill(gains + first, gains + last, target);
+  for (int j = 0; j < groups; ++j) {
+    const float x = targets[j];
+    if (x > threshold) targets[j] = (top - knee * std::exp(-(x - threshold) / knee)) / x;
+    else targets[j] = 1.0f;
   }
-  for (int f = frames - 2; f >= 0; --f) gains[f] = std::min(gains[f], gains[f + 1] + kAttackStep);
-  float gain = limiter.gain;
-  for (int first = 0; first < frames;) {
-    const int remaining = frames - first;
-    const int length = remaining < kWholeSection ? remaining : kSectionFrames;
-    const float keep = 1.0f - float(length) * threshold / kRecoveryDivisor / (top * kRecoveryCeilingFactor);
-    for (int f = first; f < first + length; ++f) {
-      float recovered = 1.0f - (1.0f - gain) * keep;
-      if (1.0f - recovered < kRestGap) recovered = 1.0f;
-      gain = std::min(gains[f], recovered);
-      gains[f] = gain;
+  edges[groups] = targets[groups - 1];
+  for (int j = groups - 1; j >= 0; --j) {
+    const float below = std::min(targets[j], j > 0 ? targets[j - 1] : 1.0f);
+    edges[j] = std::min(below, edges[j + 1] + float(groupLength(j)) * kAttackStep);
+  }
+  // Forward: the first edge follows the block before one frame on; each later edge a group on.
+  const auto recover = [](float gain, float keep) {
+    const float recovered = 1.0f - (1.0f - gain) * keep;
+    return 1.0f - recovered < kRestGap ? 1.0f : recovered;
+  };
+  // The part of the gap to 1 kept a frame in the section of a frame: sections of 1,600 frames,
+  // the rest of the block taken whole once fewer than 2,400 frames remain.
+  const auto keepFor = [&](int frame) {
+    int start = 0;
+    while (frames - start >= kWholeSection && frame >= start + kSectionFrames) start += kSectionFrames;
+    const int section = frames - start < kWholeSection ? frames - start : kSectionFrames;
+    return 1.0f - float(section) * threshold / kRecoveryDivisor / (top * kRecoveryCeilingFactor);
+  };
+  edges[0] = std::min(edges[0], recover(limiter.gain, keepFor(0)));
+  float keep = -1.0f, acrossGroup = 1.0f;
+  for (int j = 1; j <= groups; ++j) {
+    const int length = groupLength(j - 1);
+    if (const float sectionKeep = keepFor((j - 1) * kTargetGroup); sectionKeep != keep) {
+      keep = sectionKeep;
+      acrossGroup = std::pow(keep, float(kTargetGroup));
     }
-    first += length;
+    const float across = length == kTargetGroup ? acrossGroup : std::pow(keep, float(length));
+    edges[j] = std::min(edges[j], recover(edges[j - 1], across));
   }
-  limiter.gain = gain;
+  for (int j = 0; j < groups; ++j) {
+    const int length = groupLength(j);
+    const float from = edges[j], slope = (edges[j + 1] - from) / float(length);
+    float* group = gains + j * kTargetGroup;
+    for (int i = 0; i < length; ++i) group[i] = from + slope * float(i);
+  }
+  limiter.gain = edges[groups];
   return true;
 }
 

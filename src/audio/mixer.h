@@ -47,6 +47,8 @@ struct LimiterState {
   float gain;            // the gain at the end of the last block, 1 at rest
   int32_t reserved;
   float peaks[kMaxFrames];     // per frame: the loudest channel, then the gain applied
+  float targets[kMaxFrames / kTargetGroup + 1];  // per group of frames: the curve's gain
+  float edges[kMaxFrames / kTargetGroup + 2];    // the planned gain at each group's start
   uint8_t shifts[kMaxFrames];  // 32-bit audio: the planar value of frame f is the mix >> shifts[f]
 };
 
@@ -102,7 +104,8 @@ struct MixJob {
 };
 
 // 8- and 16-bit samples accumulated in 32 bits, samples [first, last) of the block; the caller
-// makes sure no sum can overflow. Each slot's ramp is advanced once per sample.
+// makes sure no sum can overflow. Each slot's ramp is advanced once per sample. Gains stay within
+// +-8,192 as AddInput makes them (the SSE4.1 form carries short ramps in 16-bit lanes).
 void MixNarrowScalar(const MixJob& job, int bits, int first, int last);
 void MixNarrowSse41(const MixJob& job, int bits, int samples);
 // Any width accumulated in 64 bits, whole frames; 32-bit frames too loud for the planar buffer are
