@@ -23,6 +23,10 @@ struct Shot {
   RenderMode mode = {};
 };
 
+// Frames of 4 MiB and more have their mixed rows written with streaming stores; an even width that
+// is no multiple of 4 pixels puts run ends at every alignment.
+constexpr int kStreamedWidth = 1030, kStreamedHeight = 1024;
+
 inline const host::Effect& EffectOf(const char* id) { return LoadedPlugin().FindEffect(id); }
 inline int OptionCount(const char* id) {
   const host::Effect& effect = EffectOf(id);

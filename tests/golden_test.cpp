@@ -150,7 +150,7 @@ TEST(Golden, EveryRenderingEffectMatchesItsCommittedHashes) {
     }
   }
   if (update) {
-    std::ofstream file(kGoldenPath);
+    std::ofstream file(kGoldenPath, std::ios::binary);  // the same line ends on every platform
     for (const auto& [key, hash] : golden) {
       if (seen.contains(key) || !key.ends_with(kPlatform)) file << key << " " << hash << "\n";
     }

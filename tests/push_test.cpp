@@ -1,4 +1,6 @@
 // The push family through the reference host: expected frames are composed here from the rules.
+#include <tuple>
+
 #include "geometric_run.h"
 
 namespace {
@@ -64,11 +66,13 @@ TEST(Slide, BMovesInOverAStillAEasedByTheCube) {
   for (int y = 0; y < 100; ++y) {  // rows 88 to 99 show B's rows 0 to 11
     ASSERT_TRUE(std::equal(up.Row(y), up.Row(y) + 400, y < 88 ? a.Row(y) : b.Row(y - 88))) << "row " << y;
   }
-  Frame c = Frame::Random(23, 17, 5), d = Frame::Random(23, 17, 6);
-  for (float p : {0.3f, 0.66f, 0.95f}) {
-    for (int direction : {kUp, kDown, kLeft, kRight}) {
-      const int n = int((direction < kLeft ? 17 : 23) * (double(p) * p * p));
-      EXPECT_FRAME_EQ(RenderShot("DSP_TR_Slide", c, d, {p, direction}), Slide(c, d, direction, n)) << p;
+  for (auto [w, h] : {std::pair{23, 17}, {kStreamedWidth, kStreamedHeight}}) {
+    Frame c = Frame::Random(w, h, 5), d = Frame::Random(w, h, 6);
+    for (float p : {0.3f, 0.66f, 0.95f}) {
+      for (int direction : {kUp, kDown, kLeft, kRight}) {
+        const int n = int((direction < kLeft ? h : w) * (double(p) * p * p));
+        EXPECT_FRAME_EQ(RenderShot("DSP_TR_Slide", c, d, {p, direction}), Slide(c, d, direction, n)) << p;
+      }
     }
   }
 }
@@ -80,36 +84,40 @@ TEST(Shove, BPushesAOutLinearly) {
     EXPECT_TRUE(std::equal(left.Row(y), left.Row(y) + 1200, a.Row(y) + 400));
     EXPECT_TRUE(std::equal(left.Row(y) + 1200, left.Row(y) + 1600, b.Row(y)));
   }
-  Frame c = Frame::Random(23, 17, 9), d = Frame::Random(23, 17, 10);
-  for (float p : {0.1f, 0.5f, 0.87f}) {
-    for (int direction : {kUp, kDown, kLeft, kRight}) {
-      const int n = int((direction < kLeft ? 17 : 23) * double(p));
-      EXPECT_FRAME_EQ(RenderShot("DSP_TR_Shove", c, d, {p, direction}), Shove(c, d, direction, n)) << p;
+  for (auto [w, h] : {std::pair{23, 17}, {kStreamedWidth, kStreamedHeight}}) {
+    Frame c = Frame::Random(w, h, 9), d = Frame::Random(w, h, 10);
+    for (float p : {0.1f, 0.5f, 0.87f}) {
+      for (int direction : {kUp, kDown, kLeft, kRight}) {
+        const int n = int((direction < kLeft ? h : w) * double(p));
+        EXPECT_FRAME_EQ(RenderShot("DSP_TR_Shove", c, d, {p, direction}), Shove(c, d, direction, n)) << p;
+      }
     }
   }
 }
 
 TEST(Swap, AOutThroughAnEdgeBlackInTheLayoutsOwnBytesThenBBackIn) {
-  Frame a = Frame::Random(23, 17, 11), b = Frame::Random(23, 17, 12);
   const uint8_t argbBlack[4] = {0, 0, 0, 0}, ayuvBlack[4] = {128, 128, 16, 0};
-  for (int layout : {0, 1}) {
-    const uint8_t* black = layout ? ayuvBlack : argbBlack;
-    for (int direction : {kUp, kDown, kLeft, kRight}) {
-      EXPECT_FRAME_EQ(RenderShot("DSP_TR_Swap", a, b, {0.5f, direction, {0, 0, 1, layout}}),
-                      Compose(23, 17, [&](int, int) { return black; }));
-      for (float p : {0.2f, 0.45f, 0.7f, 0.9f}) {
-        const Frame& moving = p <= 0.5f ? a : b;
-        const int length = direction < kLeft ? 17 : 23;
-        // Up counts what is visible in single precision, the others what is hidden.
-        const int k = direction == kUp ? int(2.0f * (p <= 0.5f ? 0.5f - p : p - 0.5f) * 17.0f)
-                      : p <= 0.5f      ? int(2.0f * p * float(length))
-                                       : int(2.0 * (1.0 - double(p)) * length);
-        const Frame want = direction == kUp     ? TwoPieces(23, 17, true, k, &moving, 17 - k, nullptr, 0, black)
-                           : direction == kDown ? TwoPieces(23, 17, true, k, nullptr, 0, &moving, -k, black)
-                           : direction == kLeft ? TwoPieces(23, 17, false, 23 - k, &moving, k, nullptr, 0, black)
-                                                : TwoPieces(23, 17, false, k, nullptr, 0, &moving, -k, black);
-        EXPECT_FRAME_EQ(RenderShot("DSP_TR_Swap", a, b, {p, direction, {0, 0, 1, layout}}), want)
-            << "direction " << direction << " p " << p;
+  for (auto [w, h, layouts] : {std::tuple{23, 17, 2}, {kStreamedWidth, kStreamedHeight, 1}}) {
+    Frame a = Frame::Random(w, h, 11), b = Frame::Random(w, h, 12);
+    for (int layout = 2 - layouts; layout < 2; ++layout) {
+      const uint8_t* black = layout ? ayuvBlack : argbBlack;
+      for (int direction : {kUp, kDown, kLeft, kRight}) {
+        EXPECT_FRAME_EQ(RenderShot("DSP_TR_Swap", a, b, {0.5f, direction, {0, 0, 1, layout}}),
+                        Compose(w, h, [&](int, int) { return black; }));
+        for (float p : {0.2f, 0.45f, 0.7f, 0.9f}) {
+          const Frame& moving = p <= 0.5f ? a : b;
+          const int length = direction < kLeft ? h : w;
+          // Up counts what is visible in single precision, the others what is hidden.
+          const int k = direction == kUp ? int(2.0f * (p <= 0.5f ? 0.5f - p : p - 0.5f) * float(h))
+                        : p <= 0.5f      ? int(2.0f * p * float(length))
+                                         : int(2.0 * (1.0 - double(p)) * length);
+          const Frame want = direction == kUp     ? TwoPieces(w, h, true, k, &moving, h - k, nullptr, 0, black)
+                             : direction == kDown ? TwoPieces(w, h, true, k, nullptr, 0, &moving, -k, black)
+                             : direction == kLeft ? TwoPieces(w, h, false, w - k, &moving, k, nullptr, 0, black)
+                                                  : TwoPieces(w, h, false, k, nullptr, 0, &moving, -k, black);
+          EXPECT_FRAME_EQ(RenderShot("DSP_TR_Swap", a, b, {p, direction, {0, 0, 1, layout}}), want)
+              << w << "x" << h << " direction " << direction << " p " << p;
+        }
       }
     }
   }

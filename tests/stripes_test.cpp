@@ -42,7 +42,8 @@ TEST(Shutter, SixteenSlatsShareOneDepthThatUpCountsFromTheOtherEnd) {
     EXPECT_TRUE(up.RowEquals(y, y < 3 ? a : b)) << y;
   }
   EXPECT_FRAME_EQ(down, Shutter(a, b, kDown, 3));
-  for (auto [w, h] : {std::pair{37, 23}, {100, 9}, {7, 11}}) {  // slats of unequal size, narrower than k
+  // Slats of unequal size, slats narrower than k, and a frame whose mixed rows are streamed.
+  for (auto [w, h] : {std::pair{37, 23}, {100, 9}, {7, 11}, {kStreamedWidth, kStreamedHeight}}) {
     Frame c = Frame::Random(w, h, 3), d = Frame::Random(w, h, 4);
     for (float p : {0.2f, 0.5f, 0.81f, 0.97f}) {
       for (int direction : {kUp, kDown, kLeft, kRight}) {
@@ -82,7 +83,7 @@ TEST(Splices, FiftyStripsShoveInTurnAndNumbersDecideEvenWhereStripsAreEmpty) {
     EXPECT_EQ(std::memcmp(At(vertical, 0, y), At(a, 0, y + 50), 4), 0) << "strip 0 row " << y;
     EXPECT_EQ(std::memcmp(At(vertical, 1, y), At(b, 1, y + 50), 4), 0) << "strip 1 row " << y;
   }
-  for (auto [w, h] : {std::pair{60, 100}, {23, 120}, {120, 17}, {7, 3}}) {
+  for (auto [w, h] : {std::pair{60, 100}, {23, 120}, {120, 17}, {7, 3}, {kStreamedWidth, kStreamedHeight}}) {
     Frame c = Frame::Random(w, h, 7), d = Frame::Random(w, h, 8);
     for (int type : {0, 1}) {
       for (float p : {0.25f, 0.5f, 0.9f}) {

@@ -29,7 +29,8 @@ Frame ToLumaChroma(const Frame& argb) {
 void ExpectField(const Frame& out, const Frame& expected, int field) {
   for (int y = 0; y < out.height; ++y) {
     const bool visited = field == 0 || y % 2 == field - 1;
-    EXPECT_TRUE(visited ? out.RowEquals(y, expected) : out.RowIsAll(y, kUntouched)) << "field " << field << " row " << y;
+    EXPECT_TRUE(visited ? out.RowEquals(y, expected) : out.RowIsAll(y, kUntouched))
+        << "field " << field << " row " << y;
   }
 }
 
@@ -59,6 +60,10 @@ TEST(Threshold, KeysAtThreeTimesTheThresholdKeepA) {
   EXPECT_TRUE(vek::test::PixelIs(out.Row(0) + 4, other)) << "sum 380 < 381";
   EXPECT_TRUE(vek::test::PixelIs(out.Row(0) + 8, exact)) << "sum 381 = 3t keeps A";
   EXPECT_TRUE(vek::test::PixelIs(out.Row(0) + 12, other));
+  const uint8_t white[4] = {255, 255, 255, 255};
+  Frame whiteA = Uniform(4, 1, white);
+  EXPECT_EQ(TransitionRun("DSP_TR_Threshold", 4, 1).RenderOnce(whiteA, b, 1.0f).bytes, b.bytes)
+      << "progress 1 shows B whole, though a white key would keep A by the rule";
 }
 
 TEST(Threshold, TypeTwoShowsTheBlackOfBFromTheFirstStep) {
@@ -89,15 +94,6 @@ TEST(Threshold, FramesAndFieldsFollowTheKeyRuleInBothLayouts) {
       }
     }
   }
-}
-
-TEST(Threshold, EndsShowOneSourceWholeWhateverTheKeys) {
-  const uint8_t white[4] = {255, 255, 255, 255}, black[4] = {0, 0, 0, 0};
-  Frame a = Uniform(3, 2, white), b = Uniform(3, 2, black);
-  TransitionRun run("DSP_TR_Threshold", 3, 2);
-  run.Prepare();
-  EXPECT_EQ(run.Render(a, b, 1.0f).bytes, b.bytes) << "a white key would keep A by the rule";
-  EXPECT_EQ(run.Render(b, a, 0.0f).bytes, b.bytes);
 }
 
 // ---- DSP_TR_XRay
@@ -134,7 +130,8 @@ TEST(XRay, EveryPhaseFollowsItsFormula) {
     Frame a = Frame::Random(width, 4, 41), b = Frame::Random(width, 4, 42);
     for (float progress : {0.0f, 0.13f, 0.4f, 0.41f, 0.55f, 0.7f, 0.8f, 0.81f, 0.93f, 1.0f}) {
       SCOPED_TRACE("width " + std::to_string(width) + " progress " + std::to_string(progress));
-      EXPECT_EQ(TransitionRun("DSP_TR_XRay", width, 4).RenderOnce(a, b, progress).bytes,
+      const int field = width % 3;  // every field mode renders the whole frame
+      EXPECT_EQ(TransitionRun("DSP_TR_XRay", width, 4, RecordSetup{0, field}).RenderOnce(a, b, progress).bytes,
                 ExpectedXRay(a, b, progress).bytes);
     }
   }
@@ -167,7 +164,8 @@ TEST(XRay, LumaChromaRenderingLooksLikeTheArgbOne) {
     const Frame expected = ToLumaChroma(TransitionRun("DSP_TR_XRay", 33, 6).RenderOnce(a, b, progress));
     const Frame out = TransitionRun("DSP_TR_XRay", 33, 6, RecordSetup{1}).RenderOnce(yuvA, yuvB, progress);
     int worst = 0;
-    for (std::size_t i = 0; i < out.bytes.size(); ++i) worst = std::max(worst, std::abs(out.bytes[i] - expected.bytes[i]));
+    for (std::size_t i = 0; i < out.bytes.size(); ++i)
+      worst = std::max(worst, std::abs(out.bytes[i] - expected.bytes[i]));
     // Each side rounds once per step: the blend, then the conversion.
     EXPECT_LE(worst, 2);
     if (progress >= 0.4f && progress <= 0.8f) {
@@ -176,14 +174,6 @@ TEST(XRay, LumaChromaRenderingLooksLikeTheArgbOne) {
         ASSERT_EQ(out.bytes[i + 1], 128) << "grey phases have neutral chroma";
       }
     }
-  }
-}
-
-TEST(XRay, EveryFieldModeRendersTheWholeFrame) {
-  Frame a = Frame::Random(6, 5, 45), b = Frame::Random(6, 5, 46);
-  for (int field : {1, 2}) {
-    EXPECT_EQ(TransitionRun("DSP_TR_XRay", 6, 5, RecordSetup{0, field}).RenderOnce(a, b, 0.3f).bytes,
-              ExpectedXRay(a, b, 0.3f).bytes);
   }
 }
 
@@ -239,8 +229,9 @@ TEST(ColorSplit, FramesAndFieldsFollowTheFallRule) {
         for (int field : {0, 1, 2}) {
           SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height) + " layout " + std::to_string(layout) +
                        " progress " + std::to_string(progress));
-          ExpectField(TransitionRun("DSP_TR_ColorSplit", width, height, RecordSetup{layout, field}).RenderOnce(a, b, progress),
-                      expected, field);
+          ExpectField(
+              TransitionRun("DSP_TR_ColorSplit", width, height, RecordSetup{layout, field}).RenderOnce(a, b, progress),
+              expected, field);
         }
       }
     }

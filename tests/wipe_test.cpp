@@ -51,11 +51,13 @@ TEST(Wipe, HalfProgressMovesAnEighthOfTheWayInEveryDirection) {
   for (int direction : {kUp, kDown, kLeft, kRight}) {
     EXPECT_FRAME_EQ(RenderShot("DSP_TR_Wipe", a, b, {0.5f, direction}), HardWipe(a, b, direction, 12));
   }
-  Frame c = Frame::Random(23, 17, 3), d = Frame::Random(23, 17, 4);
-  for (float p : {0.2f, 0.71f, 0.93f}) {
-    for (int direction : {kUp, kDown, kLeft, kRight}) {
-      const int length = direction < kLeft ? 17 : 23;
-      EXPECT_FRAME_EQ(RenderShot("DSP_TR_Wipe", c, d, {p, direction}), HardWipe(c, d, direction, Cubed(length, p)));
+  for (auto [w, h] : {std::pair{23, 17}, {kStreamedWidth, kStreamedHeight}}) {
+    Frame c = Frame::Random(w, h, 3), d = Frame::Random(w, h, 4);
+    for (float p : {0.2f, 0.71f, 0.93f}) {
+      for (int direction : {kUp, kDown, kLeft, kRight}) {
+        const int length = direction < kLeft ? h : w;
+        EXPECT_FRAME_EQ(RenderShot("DSP_TR_Wipe", c, d, {p, direction}), HardWipe(c, d, direction, Cubed(length, p)));
+      }
     }
   }
 }
@@ -88,8 +90,10 @@ TEST(WipeSoft, ScalarStopsAThirtySecondShortAndLeavesAlphaWhileVectorReachesB) {
       for (float p : {0.0f, 0.2f, 0.5f, 0.77f, 1.0f}) {
         SCOPED_TRACE("width " + std::to_string(width) + " direction " + std::to_string(direction) + " p " +
                      std::to_string(p));
-        EXPECT_FRAME_EQ(RenderShot("DSP_TR_WipeSoft", a, b, {p, direction, {0, 0}}), SoftWipe(a, b, direction, p, false));
-        EXPECT_FRAME_EQ(RenderShot("DSP_TR_WipeSoft", a, b, {p, direction, {0, 3}}), SoftWipe(a, b, direction, p, true));
+        const Frame scalar = RenderShot("DSP_TR_WipeSoft", a, b, {p, direction, {0, 0}});
+        const Frame vector = RenderShot("DSP_TR_WipeSoft", a, b, {p, direction, {0, 3}});
+        EXPECT_FRAME_EQ(scalar, SoftWipe(a, b, direction, p, false));
+        EXPECT_FRAME_EQ(vector, SoftWipe(a, b, direction, p, true));
       }
     }
     if (width % 2 == 0) {
@@ -159,7 +163,8 @@ TEST(DirtyWipe, TilesOfAFollowTheGeneratorOneDrawPerTileAndNoneAtTheEnds) {
         const int next = std::rand();
         EXPECT_FRAME_EQ(got, DirtyWipe(a, b, direction, p, 77));
         const int length = direction < kLeft ? h : w;
-        const int draws = p > 0.0f && p < 1.0f && length >= 5 ? (direction < kLeft ? w : h) / std::max(w * 8 / 320, 1) : 0;
+        const int tiles = (direction < kLeft ? w : h) / std::max(w * 8 / 320, 1);
+        const int draws = p > 0.0f && p < 1.0f && length >= 5 ? tiles : 0;
         std::srand(77);
         for (int k = 0; k < draws; ++k) std::rand();
         EXPECT_EQ(next, std::rand()) << "expected " << draws << " draws";
@@ -179,7 +184,7 @@ TEST(DirtyWipe, FarBoundIsStrictAcrossButReachesTheLastTileDown) {
 }
 
 TEST(Box, OddSidesKeepOneLineOfTheOtherPictureAndInsetsAreTruncatedHalves) {
-  for (auto [w, h] : {std::pair{5, 5}, {12, 8}, {13, 9}}) {
+  for (auto [w, h] : {std::pair{5, 5}, {12, 8}, {13, 9}, {kStreamedWidth + 1, kStreamedHeight}}) {
     Frame a = Frame::Random(w, h, 13), b = Frame::Random(w, h, 14);
     for (int type : {0, 1}) {
       for (float p : {0.0f, 0.3f, 0.55f, 1.0f}) {
@@ -236,6 +241,21 @@ TEST(WipeClock, QuadrantsFillInSweepOrderWithNoGapAndTheSweepOnlyAddsB) {
   }
 }
 
+TEST(WipeClock, WholeQuadrantsOfALargeFrame) {
+  const int w = kStreamedWidth, h = kStreamedHeight;
+  for (int direction : {0, 1}) {
+    for (int quadrants : {1, 2, 3}) {
+      const std::vector<bool> mask = ClockMask(w, h, 90 * quadrants, direction);
+      for (int y = 0; y < h; y += 7) {
+        for (int x = 0; x < w; ++x) {
+          const bool top = y < h / 2, lead = (x >= w / 2) == (direction == 1);
+          ASSERT_EQ(mask[std::size_t(y) * w + x], (top ? (lead ? 0 : 3) : (lead ? 1 : 2)) < quadrants);
+        }
+      }
+    }
+  }
+}
+
 TEST(WipeClock, HandStandsAtTheAngleAndClockwiseMirrorsCounterClockwise) {
   const int w = 64, h = 48;
   for (int degrees : {10, 45, 80, 100, 135, 170, 190, 225, 260, 280, 315, 350}) {
@@ -278,7 +298,8 @@ TEST(WipeCenter, BInsideTheCircleAndARimBlendedThroughTheRaisedCosine) {
         const int depth = iris.rho - d;
         for (int c = 0; c < 4; ++c) {
           const int av = At(a, x, y)[c], bv = At(b, x, y)[c];
-          want.Pixel(x, y)[c] = depth < 0 ? av : depth >= iris.ring ? bv : uint8_t(av + (((bv - av) * iris.Weight(depth)) >> 8));
+          const int blended = av + (((bv - av) * iris.Weight(std::min(depth, iris.ring - 1))) >> 8);
+          want.Pixel(x, y)[c] = uint8_t(depth < 0 ? av : depth >= iris.ring ? bv : blended);
         }
       }
     }

@@ -203,9 +203,8 @@ VekStatus TR_DissolveType::Process(VekEffectInstance* instance) noexcept {
   const bool stale = state.builtSize != state.blockSize || state.across != BlocksAcross(frame.width, state.blockSize) ||
                      state.down != BlocksAcross(frame.height, state.blockSize);
   if (stale) {
-    if (const VekStatus status = DrawRanks(state, frame.width, frame.height, instance->randomSeed); status != VEK_S_OK) {
-      return status;
-    }
+    const VekStatus status = DrawRanks(state, frame.width, frame.height, instance->randomSeed);
+    if (status != VEK_S_OK) return status;
   }
   const int32_t level = ProgressWeight(frame.progress, 100);
   if (level == 0 || level == 100) {
@@ -236,7 +235,9 @@ VekStatus TR_DissolveType::Process(VekEffectInstance* instance) noexcept {
         const std::size_t at = offset + std::size_t(from) * 4, bytes = std::size_t(runEnds[k] - from) * 4;
         // Runs jump between the two sources, which the processor's own prefetching follows badly:
         // ask for the same run of the next row now.
-        for (std::size_t line = 0; !lastRow && line < bytes; line += 64) __builtin_prefetch(source + at + frame.rowBytes + line);
+        for (std::size_t line = 0; !lastRow && line < bytes; line += 64) {
+          __builtin_prefetch(source + at + frame.rowBytes + line);
+        }
         std::memcpy(frame.output + at, source + at, bytes);
       }
     }

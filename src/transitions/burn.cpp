@@ -141,8 +141,7 @@ VekStatus TR_Burn::Prepare(VekEffectInstance* instance) noexcept {
   state.map = nullptr;
   state.maximum = -4096;
   state.minimum = 4096;
-  // The map draws from the process-wide C generator: seeding it right before the build is what
-  // ties the fire front to the instance's seed (see BuildBurnMap).
+  // Seeded right before the build, which draws in a fixed order (see BuildBurnMap).
   std::srand(instance->randomSeed);
   state.map = BuildBurnMap(instance->width, instance->height, kRoughness, kBaseAmplitude, state.maximum, state.minimum);
   if (!state.map) return VEK_E_FAIL;
@@ -173,7 +172,7 @@ VekStatus TR_Burn::Process(VekEffectInstance* instance) noexcept {
   ForEachRow(frame.rows, [&](int y) {
     const std::size_t offset = std::size_t(y) * frame.rowBytes;
     BurnRowSse2(values + std::size_t(y) * std::size_t(frame.width), frame.sourceA + offset, frame.sourceB + offset,
-            frame.output + offset, frame.width, threshold, &state.flame[0][0]);
+                frame.output + offset, frame.width, threshold, &state.flame[0][0]);
   });
   return VEK_S_OK;
 }

@@ -34,11 +34,11 @@ void FillPixels(uint8_t* out, int to, int pixels, const uint8_t pixel[4]) {
 }
 
 void AlternateRuns(const uint8_t* first, const uint8_t* second, uint8_t* out, int pixels, const int* cuts,
-                   int count) {
+                   int count, CopyPixelsFn copy) {
   int start = 0;
   for (int k = 0; k <= count; ++k) {
     const int end = k < count ? std::clamp(cuts[k], start, pixels) : pixels;
-    CopyPixels(k % 2 == 0 ? first : second, start, out, start, end - start);
+    copy(k % 2 == 0 ? first : second, start, out, start, end - start);
     start = end;
   }
 }
@@ -122,17 +122,6 @@ void TowardColourRowScalar(const uint8_t* source, uint8_t* out, int pixels, int 
   for (int x = 0; x < pixels; ++x, source += 4, out += 4) {
     for (int c = 0; c < 3; ++c) out[c] = uint8_t(source[c] + (((colour[c] - source[c]) * weight) >> 10));
     out[3] = source[3];
-  }
-}
-
-void FallRowScalar(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
-                   int64_t fall, int parity, bool lumaChroma) {
-  for (int x = 0; x < pixels; ++x, source += 4) {
-    const int tone = lumaChroma ? (source[2] + 31) >> 6 : (source[0] + source[1] + source[2]) >> 7;
-    const int64_t row = y + std::max(tone, 1) * fall;
-    if (row < height && (parity < 0 || (row & 1) == parity)) {
-      std::memcpy(out + std::size_t(row) * rowBytes + std::size_t(x) * 4, source, 4);
-    }
   }
 }
 

@@ -22,13 +22,21 @@ void AlphaOverRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixe
 // Row copies of whole 4-byte pixels: `pixels` pixels from column `from` of a source row to column
 // `to` of an output row. Nothing is copied for a count of 0 or less.
 void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
+using CopyPixelsFn = void (*)(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
+// The same with non-temporal stores only, so that writing a large output does not push the sources
+// out of the caches. StreamFenceSse2 orders them before anything written after it, and makes them
+// visible to other threads.
+void StreamPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
+void StreamFillSse2(uint8_t* out, int to, int pixels, const uint8_t pixel[4]);
+void StreamFenceSse2();
 // `pixels` copies of one pixel (its four bytes as stored, byte 0 first) from column `to`.
 void FillPixels(uint8_t* out, int to, int pixels, const uint8_t pixel[4]);
+using FillPixelsFn = void (*)(uint8_t* out, int to, int pixels, const uint8_t pixel[4]);
 // A row of runs taken in turn from two rows at the same place: pixels [0, cuts[0]) from `first`,
 // [cuts[0], cuts[1]) from `second`, [cuts[1], cuts[2]) from `first` again ..., and the last run up to
 // `pixels`. A cut is held between the one before it and `pixels`, so empty runs only flip the turn.
 void AlternateRuns(const uint8_t* first, const uint8_t* second, uint8_t* out, int pixels, const int* cuts,
-                   int count);
+                   int count, CopyPixelsFn copy);
 
 // The soft edge: k = clamp(t + mask, 0, 31) per pixel from a mask word holding -m, and each colour
 // byte moves (B - A) * k / 32 of the way; the alpha byte is not written.
@@ -83,11 +91,10 @@ void XRayLumaRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight
 void TowardColourRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
 void TowardColourRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
 
-// Colour split: each pixel of source row y falls m * fall rows, m its tone class counted from 1,
-// and is written where it lands if that row is inside the frame and, for parity 0 or 1, of that
-// parity (-1: every row). Rows are rowBytes apart in `out`.
-void FallRowScalar(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
-                   int64_t fall, int parity, bool lumaChroma);
+// Colour split: each pixel of source row y falls m * fall rows, m its tone class ((byte 0 + byte 1 +
+// byte 2) >> 7, or (luma + 31) >> 6 in the luma/chroma layout; 0 counts as 1), and is written where
+// it lands if that row is inside the frame and, for parity 0 or 1, of that parity (-1: every row).
+// Rows are rowBytes apart in `out`.
 void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
                  int64_t fall, int parity, bool lumaChroma);
 

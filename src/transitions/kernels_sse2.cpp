@@ -289,4 +289,50 @@ void SampledLerpRowSse2(const uint8_t* a, const int* columnsA, const uint8_t* b,
   SampledLerpRowScalar(a, columnsA + x, b, columnsB + x, out + std::size_t(x) * 4, pixels - x, weight);
 }
 
+void StreamPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels) {
+  if (pixels <= 0) return;
+  const uint8_t* s = source + std::size_t(from) * 4;
+  uint8_t* d = out + std::size_t(to) * 4;
+  const std::size_t bytes = std::size_t(pixels) * 4;
+  // Every store is non-temporal, the single pixels at either end too: a cached store into a line
+  // that is being streamed would flush it half written.
+  const auto pixel = [&](std::size_t at) {
+    int32_t value;
+    std::memcpy(&value, s + at, sizeof value);
+    _mm_stream_si32(reinterpret_cast<int*>(d + at), value);
+  };
+  std::size_t i = 0;
+  for (; i < bytes && (reinterpret_cast<uintptr_t>(d + i) & 15) != 0; i += 4) pixel(i);
+  for (; i + 64 <= bytes; i += 64) {
+    const __m128i x0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+    const __m128i x1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 16));
+    const __m128i x2 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 32));
+    const __m128i x3 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 48));
+    _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), x0);
+    _mm_stream_si128(reinterpret_cast<__m128i*>(d + i + 16), x1);
+    _mm_stream_si128(reinterpret_cast<__m128i*>(d + i + 32), x2);
+    _mm_stream_si128(reinterpret_cast<__m128i*>(d + i + 48), x3);
+  }
+  for (; i + 16 <= bytes; i += 16) {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i)));
+  }
+  for (; i < bytes; i += 4) pixel(i);
+}
+
+void StreamFillSse2(uint8_t* out, int to, int pixels, const uint8_t pixel[4]) {
+  int32_t value;
+  std::memcpy(&value, pixel, sizeof value);
+  uint8_t* d = out + std::size_t(to) * 4;
+  const std::size_t bytes = pixels > 0 ? std::size_t(pixels) * 4 : 0;
+  const __m128i four = _mm_set1_epi32(value);
+  std::size_t i = 0;
+  for (; i < bytes && (reinterpret_cast<uintptr_t>(d + i) & 15) != 0; i += 4) {
+    _mm_stream_si32(reinterpret_cast<int*>(d + i), value);
+  }
+  for (; i + 16 <= bytes; i += 16) _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), four);
+  for (; i < bytes; i += 4) _mm_stream_si32(reinterpret_cast<int*>(d + i), value);
+}
+
+void StreamFenceSse2() { _mm_sfence(); }
+
 }  // namespace vek

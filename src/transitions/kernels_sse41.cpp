@@ -49,16 +49,20 @@ inline __m128i SoftStep16(__m128i a, __m128i b, __m128i mask, __m128i t) {
 
 void SoftEdgeRowSse41(const uint8_t* a, const uint8_t* b, const int32_t* mask, uint8_t* out, int pixels, int t) {
   const __m128i vt = _mm_set1_epi16(int16_t(t));
-  const __m128i zero = _mm_setzero_si128();
+  const __m128i tBytes = _mm_set1_epi8(int8_t(t)), full = _mm_set1_epi8(32);
   int x = 0;
-  for (; x + 4 <= pixels; x += 4) {  // two pairs
+  // Four pixels at a time as a * (32 - k) + b * k, which is 32 a + (b - a) k: the same bytes after
+  // the shift. t - m lies in -63..126, so it fits a signed byte.
+  for (; x + 4 <= pixels; x += 4) {
     const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + x * 4));
     const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + x * 4));
     const __m128i vm = _mm_loadu_si128(reinterpret_cast<const __m128i*>(mask + x));
-    const __m128i low = SoftStep16(_mm_cvtepu8_epi16(va), _mm_cvtepu8_epi16(vb), _mm_cvtepi8_epi16(vm), vt);
-    const __m128i high = SoftStep16(_mm_unpackhi_epi8(va, zero), _mm_unpackhi_epi8(vb, zero),
-                                    _mm_cvtepi8_epi16(_mm_srli_si128(vm, 8)), vt);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 4), _mm_packus_epi16(low, high));
+    const __m128i k = _mm_min_epi8(_mm_max_epi8(_mm_add_epi8(vm, tBytes), _mm_setzero_si128()), full);
+    const __m128i kept = _mm_sub_epi8(full, k);
+    const __m128i low = _mm_maddubs_epi16(_mm_unpacklo_epi8(va, vb), _mm_unpacklo_epi8(kept, k));
+    const __m128i high = _mm_maddubs_epi16(_mm_unpackhi_epi8(va, vb), _mm_unpackhi_epi8(kept, k));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 4),
+                     _mm_packus_epi16(_mm_srli_epi16(low, 5), _mm_srli_epi16(high, 5)));
   }
   for (; x + 2 <= pixels; x += 2) {  // one pair
     const __m128i va = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a + x * 4)));

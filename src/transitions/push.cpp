@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "transitions/push_rows.h"
+#include "transitions/row_runs.h"
 #include "transitions/transitions.h"
 
 using namespace vek;
@@ -41,7 +41,9 @@ VekStatus BeginPush(VekEffectInstance* instance, const VekParamDescriptor* rows,
 void RenderPush(const TransitionFrame& frame, const PushLayout& layout, int n, int travel, const uint8_t black[4]) {
   if (n <= 0) return frame.CopyRows(frame.sourceA);
   if (n >= travel) return frame.CopyRows(frame.sourceB);
-  ForEachRow(frame.rows, [&](int y) { PushRow(frame, layout, black, y); });
+  const RunWriter writer = RunWriter::For(frame);
+  ForEachRow(frame.rows, [&](int y) { PushRow(frame, layout, black, y, writer); });
+  writer.Finish();
 }
 
 constexpr uint8_t kNoBlack[4] = {0, 0, 0, 0};
@@ -140,7 +142,9 @@ VekStatus TR_Swap::Process(VekEffectInstance* instance) noexcept {
     case kPushLeft: layout = {false, w - k, {moving, k}, {nullptr, 0}}; break;
     default: layout = {false, k, {nullptr, 0}, {moving, -k}};
   }
-  ForEachRow(frame.rows, [&](int y) { PushRow(frame, layout, black, y); });
+  const RunWriter writer = RunWriter::For(frame);
+  ForEachRow(frame.rows, [&](int y) { PushRow(frame, layout, black, y, writer); });
+  writer.Finish();
   return VEK_S_OK;
 }
 
@@ -150,14 +154,12 @@ namespace {
 
 // The doors' columns, counted from the frame's edges. Column c of the left door shows A's column
 // left[c]; output column w - d + i of the right door shows A's column right[i]. Columns with the
-// same inset at top and bottom form a group, which walks A's rows with one error accumulator.
+// same inset at top and bottom form a group: they walk down A's rows together.
 struct DoorColumns {
   int* left;
   int* right;
   int* groupStart;  // first column of each group, and the door width after the last
   int* groupTop;    // rows the group's columns give up at top and at bottom
-  int* groupRow;    // A's row the group has reached
-  int* groupError;
   int groups;
 };
 
@@ -185,10 +187,9 @@ VekStatus TR_Door::Process(VekEffectInstance* instance) noexcept {
   const int opening = int(w * p) & ~1, door = (w - opening) / 2;
   const int squeeze = (int(h * p) & ~1) / 2, inset = squeeze / 2;  // inset: what a far edge gives up
 
-  auto* block = static_cast<int*>(std::malloc((std::size_t(door) * 6 + 1) * sizeof(int)));
+  auto* block = static_cast<int*>(std::malloc((std::size_t(door) * 4 + 1) * sizeof(int)));
   if (!block) return VEK_E_OUTOFMEMORY;
-  DoorColumns columns{block, block + door, block + 2 * door, block + 3 * door + 1, block + 4 * door + 1,
-                      block + 5 * door + 1, 0};
+  DoorColumns columns{block, block + door, block + 2 * door, block + 3 * door + 1, 0};
   // Each door squeezes half of A into d columns: before each column, while the error is at least
   // d, step one source column on; then add w / 2.
   for (int c = 0, s = 0, error = 0; c < door; ++c) {
@@ -199,31 +200,44 @@ VekStatus TR_Door::Process(VekEffectInstance* instance) noexcept {
     const int top = int(int64_t(c) * inset / door);  // column c is c * q / d rows shorter at each end
     if (c == 0 || top != columns.groupTop[columns.groups - 1]) {
       columns.groupStart[columns.groups] = c;
-      columns.groupTop[columns.groups] = top;
-      columns.groupRow[columns.groups] = 0;
-      columns.groupError[columns.groups] = 0;
-      ++columns.groups;
+      columns.groupTop[columns.groups++] = top;
     }
   }
   columns.groupStart[columns.groups] = door;
 
-  for (int y = 0; y < h; ++y) {
-    // Groups reach from their top down to h - 1 - top, and tops grow from the hinge to the opening,
-    // so the doors cover a run of columns from each edge; the wedges beside the opening show B.
-    const int fromEdge = std::min(y, h - 1 - y);
-    int g = 0;
-    for (; g < columns.groups && columns.groupTop[g] <= fromEdge; ++g) {
-      // A column of height H takes all h rows of A: before each pixel, while the error is at least
-      // H, step one source row on; then add h.
-      const int height = h - 2 * columns.groupTop[g];
-      while (columns.groupError[g] >= height) columns.groupError[g] -= height, ++columns.groupRow[g];
-      columns.groupError[g] += h;
-      const uint8_t* rowA = frame.RowA(columns.groupRow[g]);
-      const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
+  // A group's columns are drawn down the frame, so that the lines of A and of the output that one
+  // group leaves are still cached for the next: a column of height H takes all h rows of A, and
+  // before each pixel, while the error is at least H, it steps one source row on; then adds h.
+  // The walk goes down rows far apart in memory, which no hardware prefetcher follows, so the lines
+  // a few rows ahead are asked for here.
+  constexpr int kAhead = 8;
+  for (int g = 0; g < columns.groups; ++g) {
+    const int top = columns.groupTop[g], height = h - 2 * top;
+    const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
+    const std::size_t leftAt = std::size_t(columns.left[c0]) * 4, rightAt = std::size_t(columns.right[door - c1]) * 4;
+    for (int y = top, row = 0, error = 0; y < h - top; ++y) {
+      while (error >= height) error -= height, ++row;
+      error += h;
+      const uint8_t* rowA = frame.RowA(row);
       uint8_t* out = frame.OutputRow(y);
+      if (row + kAhead < h) {
+        __builtin_prefetch(frame.RowA(row + kAhead) + leftAt);
+        __builtin_prefetch(frame.RowA(row + kAhead) + rightAt);
+      }
+      if (y + kAhead < h) {
+        __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(c0) * 4, 1);
+        __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(w - c1) * 4, 1);
+      }
       GatherPixels(rowA, columns.left + c0, out + std::size_t(c0) * 4, c1 - c0);
       GatherPixels(rowA, columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0);
     }
+  }
+  // The doors cover a run of columns from each edge, longer toward the middle rows (tops grow from
+  // the hinge to the opening); the wedges beside the opening, top and bottom alike, show B.
+  for (int y = 0, g = 0; y < h; ++y) {
+    const int fromEdge = std::min(y, h - 1 - y);
+    while (g < columns.groups && columns.groupTop[g] <= fromEdge) ++g;
+    while (g > 0 && columns.groupTop[g - 1] > fromEdge) --g;
     const int covered = columns.groupStart[g];
     CopyPixels(frame.RowB(y), covered, frame.OutputRow(y), covered, door + opening - covered);
     CopyPixels(frame.RowB(y), w - door, frame.OutputRow(y), w - door, door - covered);

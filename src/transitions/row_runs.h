@@ -1,5 +1,5 @@
-// Rows of the push transitions, where whole pictures move: every output row is two pieces, each a
-// shifted run of one source (or black). Shared by push.cpp and the strip transitions that push.
+// Rows assembled from runs of the two sources, shared by the wipes, pushes and strips: how a frame's
+// runs are written, and the layouts of the pushes, where every output row is two shifted pieces.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +9,26 @@
 #include "transitions/transition.h"
 
 namespace vek {
+
+// Frames of this size and more are larger than the caches keep beside their two sources, so rows
+// made of runs of both sources (or of a source and black) are written with streaming stores there;
+// every store of such a row streams, as a cached store into a line being streamed flushes it half
+// written. Whole rows of one source are plain copies at every size.
+constexpr std::size_t kStreamingFrameBytes = std::size_t(4) << 20;
+
+struct RunWriter {
+  CopyPixelsFn copy;
+  FillPixelsFn fill;
+
+  static RunWriter For(const TransitionFrame& frame) {
+    if (frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes) return {StreamPixelsSse2, StreamFillSse2};
+    return {CopyPixels, FillPixels};
+  }
+  // After the last run: the output is complete for whoever reads it next.
+  void Finish() const {
+    if (copy == StreamPixelsSse2) StreamFenceSse2();
+  }
+};
 
 enum PushDirection { kPushUp, kPushDown, kPushLeft, kPushRight };
 
@@ -34,20 +54,22 @@ inline const uint8_t* PushedRow(const TransitionFrame& frame, const PushLayout& 
 }
 
 inline void PushPart(const TransitionFrame& frame, const PushPiece& piece, int y, int from, int to,
-                     const uint8_t black[4]) {
+                     const uint8_t black[4], const RunWriter& writer) {
   uint8_t* out = frame.OutputRow(y);
-  if (!piece.source) return FillPixels(out, from, to - from, black);
-  CopyPixels(piece.source + std::size_t(y) * frame.rowBytes, from + piece.shift, out, from, to - from);
+  if (!piece.source) return writer.fill(out, from, to - from, black);
+  writer.copy(piece.source + std::size_t(y) * frame.rowBytes, from + piece.shift, out, from, to - from);
 }
 
-inline void PushRow(const TransitionFrame& frame, const PushLayout& layout, const uint8_t black[4], int y) {
+// `writer` writes the two pieces of a horizontal layout; vertical ones take whole rows.
+inline void PushRow(const TransitionFrame& frame, const PushLayout& layout, const uint8_t black[4], int y,
+                    const RunWriter& writer) {
   if (layout.vertical) {
     const uint8_t* row = PushedRow(frame, layout, y);
     if (!row) return FillPixels(frame.OutputRow(y), 0, frame.width, black);
     return CopyPixels(row, 0, frame.OutputRow(y), 0, frame.width);
   }
-  PushPart(frame, layout.first, y, 0, layout.split, black);
-  PushPart(frame, layout.second, y, layout.split, frame.width, black);
+  PushPart(frame, layout.first, y, 0, layout.split, black, writer);
+  PushPart(frame, layout.second, y, layout.split, frame.width, black, writer);
 }
 
 // B pushes A out by n rows or columns (0 <= n <= the extent it travels).

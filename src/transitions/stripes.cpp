@@ -1,7 +1,7 @@
 // DSP_TR_Shutter, DSP_TR_Splices, DSP_TR_Slices: B comes in through slats and strips.
 #include <algorithm>
 
-#include "transitions/push_rows.h"
+#include "transitions/row_runs.h"
 #include "transitions/transitions.h"
 
 using namespace vek;
@@ -33,7 +33,7 @@ constexpr uint8_t kNoBlack[4] = {0, 0, 0, 0};
 
 // One row of the shutter. `k` counts A's rows in each slat for Up, B's rows or columns otherwise;
 // a slat smaller than k is all of that picture.
-void ShutterRow(const TransitionFrame& frame, int direction, int k, int y) {
+void ShutterRow(const TransitionFrame& frame, int direction, int k, int y, const RunWriter& writer) {
   uint8_t* out = frame.OutputRow(y);
   if (direction == kPushUp || direction == kPushDown) {
     const int inSlat = y - StripStart(frame.height, kSlats, StripOf(frame.height, kSlats, y));
@@ -48,7 +48,7 @@ void ShutterRow(const TransitionFrame& frame, int direction, int k, int y) {
     cuts[2 * i] = direction == kPushLeft ? x1 - shown : x0;
     cuts[2 * i + 1] = direction == kPushLeft ? x1 : x0 + shown;
   }
-  AlternateRuns(frame.RowA(y), frame.RowB(y), out, frame.width, cuts, 2 * kSlats);
+  AlternateRuns(frame.RowA(y), frame.RowB(y), out, frame.width, cuts, 2 * kSlats, writer.copy);
 }
 
 }  // namespace
@@ -78,7 +78,9 @@ VekStatus TR_Shutter::Process(VekEffectInstance* instance) noexcept {
   const int k = direction == kPushUp     ? int(frame.height * (1.0 - p) * 0.0625)
                 : direction == kPushDown ? int(frame.height * p * 0.0625)
                                          : int(frame.width * p * 0.0625);
-  ForEachRow(frame.rows, [&](int y) { ShutterRow(frame, direction, k, y); });
+  const RunWriter writer = RunWriter::For(frame);
+  ForEachRow(frame.rows, [&](int y) { ShutterRow(frame, direction, k, y, writer); });
+  writer.Finish();
   return VEK_S_OK;
 }
 
@@ -106,11 +108,13 @@ VekStatus TR_Splices::Process(VekEffectInstance* instance) noexcept {
   if (n >= travel) return frame.CopyRows(frame.sourceB), VEK_S_OK;
 
   // A strip's direction follows its number, even strips first, also where strips are empty.
+  const RunWriter writer = RunWriter::For(frame);
   if (!vertical) {  // strips of rows: even ones shove left, odd ones right
     const PushLayout even = ShoveLayout(frame, kPushLeft, n), odd = ShoveLayout(frame, kPushRight, n);
     ForEachRow(frame.rows, [&](int y) {
-      PushRow(frame, StripOf(frame.height, kStrips, y) % 2 == 0 ? even : odd, kNoBlack, y);
+      PushRow(frame, StripOf(frame.height, kStrips, y) % 2 == 0 ? even : odd, kNoBlack, y, writer);
     });
+    writer.Finish();
     return VEK_S_OK;
   }
   // Strips of columns: even ones shove up, odd ones down, so each row takes one source row for the
@@ -120,7 +124,8 @@ VekStatus TR_Splices::Process(VekEffectInstance* instance) noexcept {
   for (int i = 1; i < kStrips; ++i) cuts[i - 1] = StripStart(frame.width, kStrips, i);
   ForEachRow(frame.rows, [&](int y) {
     AlternateRuns(PushedRow(frame, even, y), PushedRow(frame, odd, y), frame.OutputRow(y), frame.width, cuts,
-                  kStrips - 1);
+                  kStrips - 1, writer.copy);
   });
+  writer.Finish();
   return VEK_S_OK;
 }

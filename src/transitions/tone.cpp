@@ -159,26 +159,11 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
   if (!frame.HasBuffers()) return VEK_E_FAIL;
   const float p = ClampedProgress(frame.progress);
   const int64_t fall = int64_t(float(frame.height) * p * p);
+  ForEachRow(frame.rows, [&](int y) { CopyRow(frame, fall == 0 ? frame.sourceA : frame.sourceB, y); });
+  if (fall == 0) return VEK_S_OK;  // every pixel stays where it is
   const int parity = frame.rows.step == 1 ? -1 : frame.rows.first;
-  auto laidDown = [&](int64_t y) {
-    if (y < frame.height && (parity < 0 || (y & 1) == parity)) CopyRow(frame, frame.sourceB, int(y));
-  };
-  if (fall == 0) {
-    ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceA, y); });
-    return VEK_S_OK;
-  }
-  // B is laid down on a row just before the first pixel lands on it, while the row is still in
-  // the cache for the pixels that follow: the rows above the unit fall (which nothing reaches) at
-  // once, row y' when source row y' - m * fall comes, m the largest class that can reach it.
-  for (int64_t y = 0; y < std::min<int64_t>(fall, frame.height); ++y) laidDown(y);
   // Every pixel falls at least one unit, so rows from height - fall on leave the frame whole.
-  const int64_t fallingRows = frame.height - fall;
-  for (int y = 0; y < fallingRows; ++y) {
-    if (y < fall) {
-      for (int m = 1; m <= 5; ++m) laidDown(y + m * fall);
-    } else {
-      laidDown(y + 5 * fall);
-    }
+  for (int y = 0; y < frame.height - fall; ++y) {
     FallRowSse2(frame.sourceA + std::size_t(y) * frame.rowBytes, y, frame.output, frame.rowBytes, frame.width,
                 frame.height, fall, parity, IsLumaChroma(*instance));
   }

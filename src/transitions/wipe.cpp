@@ -5,11 +5,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <new>
 
 #include "image/image.h"
-#include "transitions/kernels.h"
-#include "transitions/transition.h"
+#include "transitions/row_runs.h"
 #include "transitions/transitions.h"
 
 using namespace vek;
@@ -58,7 +56,7 @@ int EasedCount(int length, float progress) {
 }
 
 // One row of the hard wipe with B covering n rows or columns from its side.
-void HardEdgeRow(const TransitionFrame& frame, int direction, int n, int y) {
+void HardEdgeRow(const TransitionFrame& frame, int direction, int n, int y, const RunWriter& writer) {
   const int w = frame.width, h = frame.height;
   uint8_t* out = frame.OutputRow(y);
   switch (direction) {
@@ -68,10 +66,10 @@ void HardEdgeRow(const TransitionFrame& frame, int direction, int n, int y) {
       return CopyPixels(y < n ? frame.RowB(y) : frame.RowA(y), 0, out, 0, w);
     case kLeft: {
       const int cut = w - n;
-      return AlternateRuns(frame.RowA(y), frame.RowB(y), out, w, &cut, 1);
+      return AlternateRuns(frame.RowA(y), frame.RowB(y), out, w, &cut, 1, writer.copy);
     }
     default:
-      return AlternateRuns(frame.RowB(y), frame.RowA(y), out, w, &n, 1);
+      return AlternateRuns(frame.RowB(y), frame.RowA(y), out, w, &n, 1, writer.copy);
   }
 }
 
@@ -79,7 +77,9 @@ void HardEdgeRow(const TransitionFrame& frame, int direction, int n, int y) {
 void RenderHardEdge(const TransitionFrame& frame, int direction, int n) {
   if (n <= 0) return frame.CopyRows(frame.sourceA);
   if (n >= Travel(frame, direction)) return frame.CopyRows(frame.sourceB);
-  ForEachRow(frame.rows, [&](int y) { HardEdgeRow(frame, direction, n, y); });
+  const RunWriter writer = RunWriter::For(frame);
+  ForEachRow(frame.rows, [&](int y) { HardEdgeRow(frame, direction, n, y, writer); });
+  writer.Finish();
 }
 
 // Frames larger than any buffer we could allocate are refused before asking for memory.
@@ -275,13 +275,15 @@ VekStatus TR_DirtyWipe::Process(VekEffectInstance* instance) noexcept {
     frame.CopyRows(p <= 0.0f ? frame.sourceA : frame.sourceB);
     return VEK_S_OK;
   }
-  ForEachRow(frame.rows, [&](int y) { HardEdgeRow(frame, direction, n, y); });
-
   // Frames under 5 pixels along the travel have no room for a band: the edge stays hard.
   const DirtyTiles tiles = TilesFor(frame, direction);
-  if (tiles.spread == 0 || tiles.count == 0) return VEK_S_OK;
-  auto* offsets = static_cast<int*>(std::malloc(std::size_t(tiles.count) * sizeof(int)));
-  if (!offsets) return VEK_E_OUTOFMEMORY;
+  const bool band = tiles.spread > 0 && tiles.count > 0;
+  auto* offsets = band ? static_cast<int*>(std::malloc(std::size_t(tiles.count) * sizeof(int))) : nullptr;
+  if (band && !offsets) return VEK_E_OUTOFMEMORY;
+  const RunWriter writer = RunWriter::For(frame);
+  ForEachRow(frame.rows, [&](int y) { HardEdgeRow(frame, direction, n, y, writer); });
+  writer.Finish();  // the tiles go over the hard wipe
+  if (!band) return VEK_S_OK;
   // Kept on purpose: the process-wide generator, unseeded here, so the band differs every frame.
   for (int i = 0; i < tiles.count; ++i) offsets[i] = std::rand() % tiles.spread - (4 * length) / 20;
 
@@ -312,11 +314,14 @@ namespace {
 
 // Rows within `insetY` of the top or bottom and columns within `insetX` of either side come from
 // `outer`, the rest from `inner`.
-void BoxRow(const TransitionFrame& frame, const uint8_t* outer, const uint8_t* inner, int insetX, int insetY, int y) {
+void BoxRow(const TransitionFrame& frame, const uint8_t* outer, const uint8_t* inner, int insetX, int insetY, int y,
+            const RunWriter& writer) {
   const std::size_t offset = std::size_t(y) * frame.rowBytes;
-  if (y < insetY || y >= frame.height - insetY) return CopyPixels(outer + offset, 0, frame.OutputRow(y), 0, frame.width);
+  if (y < insetY || y >= frame.height - insetY) {
+    return CopyPixels(outer + offset, 0, frame.OutputRow(y), 0, frame.width);
+  }
   const int cuts[2] = {insetX, frame.width - insetX};
-  AlternateRuns(outer + offset, inner + offset, frame.OutputRow(y), frame.width, cuts, 2);
+  AlternateRuns(outer + offset, inner + offset, frame.OutputRow(y), frame.width, cuts, 2, writer.copy);
 }
 
 }  // namespace
@@ -344,7 +349,9 @@ VekStatus TR_Box::Process(VekEffectInstance* instance) noexcept {
   const uint8_t* outer = in ? frame.sourceB : frame.sourceA;
   const uint8_t* inner = in ? frame.sourceA : frame.sourceB;
   const int insetX = in ? halfX : frame.width / 2 - halfX, insetY = in ? halfY : frame.height / 2 - halfY;
-  ForEachRow(frame.rows, [&](int y) { BoxRow(frame, outer, inner, insetX, insetY, y); });
+  const RunWriter writer = RunWriter::For(frame);
+  ForEachRow(frame.rows, [&](int y) { BoxRow(frame, outer, inner, insetX, insetY, y, writer); });
+  writer.Finish();
   return VEK_S_OK;
 }
 
@@ -402,7 +409,7 @@ ClockSweep SweepFor(const TransitionFrame& frame, bool clockwise) {
   return sweep;
 }
 
-void ClockRow(const TransitionFrame& frame, const ClockSweep& sweep, int y) {
+void ClockRow(const TransitionFrame& frame, const ClockSweep& sweep, int y, const RunWriter& writer) {
   const bool top = y < sweep.centreY;
   const int dy = top ? sweep.centreY - y : y - sweep.centreY + 1;
   const int leftSide = sweep.centreX, rightSide = frame.width - sweep.centreX;
@@ -411,7 +418,7 @@ void ClockRow(const TransitionFrame& frame, const ClockSweep& sweep, int y) {
   sweep.HalfRowRun(sweep.Order(top, true), rightSide, dy, r0, r1);
   // Left runs count outward from the centre column toward x = 0.
   const int cuts[4] = {sweep.centreX - l1, sweep.centreX - l0, sweep.centreX + r0, sweep.centreX + r1};
-  AlternateRuns(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, cuts, 4);
+  AlternateRuns(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, cuts, 4, writer.copy);
 }
 
 }  // namespace
@@ -433,7 +440,9 @@ VekStatus TR_WipeClock::Process(VekEffectInstance* instance) noexcept {
   if (!ReadChoice(*instance, kParams.data(), 1, direction)) return VEK_E_FAIL;
   const ClockSweep sweep = SweepFor(frame, direction == 1);
   if (sweep.wholeQuadrants == 4) return frame.CopyRows(frame.sourceB), VEK_S_OK;
-  ForEachRow(frame.rows, [&](int y) { ClockRow(frame, sweep, y); });
+  const RunWriter writer = RunWriter::For(frame);
+  ForEachRow(frame.rows, [&](int y) { ClockRow(frame, sweep, y, writer); });
+  writer.Finish();
   return VEK_S_OK;
 }
 
@@ -509,9 +518,10 @@ struct Iris {
     // The ring's weights by column distance k from cx, the same on both sides; the rounded-up
     // distance only grows with k, so it is stepped rather than recomputed.
     const int64_t farthest = std::min<int64_t>(outer, std::max(cx, width - 1 - cx));
-    int64_t d = CeilSqrt((inner + 1) * (inner + 1) + dy2);
-    for (int64_t k = inner + 1; k <= farthest; ++k) {
-      while (d * d < k * k + dy2) ++d;
+    int64_t square = (inner + 1) * (inner + 1) + dy2;  // k^2 + dy^2, kept up to date as k grows
+    int64_t d = CeilSqrt(square), dSquare = d * d;
+    for (int64_t k = inner + 1; k <= farthest; square += 2 * k + 1, ++k) {
+      while (dSquare < square) dSquare += 2 * d + 1, ++d;
       const uint8_t weight = uint8_t(profile[std::min<int64_t>(rho - d, ringWidth - 1)]);
       if (cx + k < width) weights[cx + k] = weight;
       if (cx - k >= 0) weights[cx - k] = weight;
@@ -597,30 +607,27 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
   const Iris iris{displayWidth / 2, frame.height / 2, rho, int(ring->count), ring->Weights()};
 
   const bool resampled = displayWidth != frame.width;
-  // Scratch: one row of ring weights, and the column maps to and from the display width.
-  const std::size_t scratchBytes = std::size_t(displayWidth) + (resampled ? std::size_t(displayWidth + frame.width) * sizeof(int) : 0);
-  auto* scratch = static_cast<uint8_t*>(std::malloc(scratchBytes + sizeof(int)));
+  // Scratch: the column maps to and from the display width (when it differs), then one row of ring
+  // weights. All of it, and the display-width images, are had before anything is written.
+  const std::size_t mapInts = resampled ? std::size_t(displayWidth) + std::size_t(frame.width) : 0;
+  auto* scratch = static_cast<int*>(std::malloc(mapInts * sizeof(int) + std::size_t(displayWidth) + 1));
   if (!scratch) return VEK_E_OUTOFMEMORY;
-  uint8_t* weights = scratch;
-  if (!resampled) {
-    ForEachRow(frame.rows, [&](int y) { iris.Row(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, y, weights); });
-    std::free(scratch);
-    return VEK_S_OK;
-  }
-
+  uint8_t* weights = reinterpret_cast<uint8_t*>(scratch + mapInts);
   // The display's aspect differs from the frame's: the circle is drawn on display-width copies of
   // A and B, so that it is round where it is seen, and the result is sampled back to the frame.
   VEKImageUtility::CImageARGB wideA, wideB, wideOut;
-  if (!wideA.Allocate(displayWidth, frame.height) || !wideB.Allocate(displayWidth, frame.height) ||
-      !wideOut.Allocate(displayWidth, frame.height)) {
+  if (resampled && (!wideA.Allocate(displayWidth, frame.height) || !wideB.Allocate(displayWidth, frame.height) ||
+                    !wideOut.Allocate(displayWidth, frame.height))) {
     std::free(scratch);
     return VEK_E_OUTOFMEMORY;
   }
-  int* toDisplay = reinterpret_cast<int*>(scratch + ((std::size_t(displayWidth) + alignof(int) - 1) / alignof(int)) * alignof(int));
-  int* toFrame = toDisplay + displayWidth;
-  FillColumnMap(toDisplay, displayWidth, frame.width);
-  FillColumnMap(toFrame, frame.width, displayWidth);
+  int *toDisplay = scratch, *toFrame = scratch + displayWidth;
+  if (resampled) {
+    FillColumnMap(toDisplay, displayWidth, frame.width);
+    FillColumnMap(toFrame, frame.width, displayWidth);
+  }
   ForEachRow(frame.rows, [&](int y) {
+    if (!resampled) return iris.Row(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, y, weights);
     GatherPixels(frame.RowA(y), toDisplay, wideA.Row(y), displayWidth);
     GatherPixels(frame.RowB(y), toDisplay, wideB.Row(y), displayWidth);
     iris.Row(wideA.Row(y), wideB.Row(y), wideOut.Row(y), displayWidth, y, weights);
@@ -643,7 +650,9 @@ struct CrossTables {
 };
 
 // The sample of output position `at` about `centre`, through a zoom table.
-int Sampled(const int* zoom, int centre, int at) { return at < centre ? centre - zoom[centre - at] : centre + zoom[at - centre]; }
+int Sampled(const int* zoom, int centre, int at) {
+  return at < centre ? centre - zoom[centre - at] : centre + zoom[at - centre];
+}
 
 }  // namespace
 
