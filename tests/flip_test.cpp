@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "geometric_run.h"
@@ -39,15 +40,30 @@ Matrix Multiply(const Matrix& a, const Matrix& b) {
   }
   return out;
 }
-Matrix Translation(double x, double y, double z) { return {1, 0, 0, x, 0, 1, 0, y, 0, 0, 1, z, 0, 0, 0, 1}; }
+Matrix Translation(double x, double y, double z) {
+  return {1, 0, 0, x, 0, 1, 0, y, 0, 0, 1, z, 0, 0, 0, 1};
+}
 // Counter-clockwise about the axis, looking from its tip.
 Matrix Rotation(double angle, double x, double y, double z) {
   const double n = std::sqrt(x * x + y * y + z * z);
   x /= n, y /= n, z /= n;
   const double c = std::cos(angle), s = std::sin(angle), d = 1 - c;
-  return {x * x * d + c,     x * y * d - z * s, x * z * d + y * s, 0, y * x * d + z * s, y * y * d + c,
-          y * z * d - x * s, 0, x * z * d - y * s, y * z * d + x * s, z * z * d + c,     0,
-          0,                 0, 0,                 1};
+  return {x * x * d + c,
+          x * y * d - z * s,
+          x * z * d + y * s,
+          0,
+          y * x * d + z * s,
+          y * y * d + c,
+          y * z * d - x * s,
+          0,
+          x * z * d - y * s,
+          y * z * d + x * s,
+          z * z * d + c,
+          0,
+          0,
+          0,
+          0,
+          1};
 }
 
 // DSP_TR_3DFlip: up, down, left, right; offset is the lateral shift already faded.
@@ -120,7 +136,8 @@ double Inside(const std::vector<Point>& hull, double x, double y) {
   double distance = 1e30;
   for (std::size_t k = 0; k < hull.size(); ++k) {
     const Point a = hull[k], b = hull[(k + 1) % hull.size()];
-    distance = std::min(distance, ((b.x - a.x) * (y - a.y) - (b.y - a.y) * (x - a.x)) / std::hypot(b.x - a.x, b.y - a.y));
+    distance =
+        std::min(distance, ((b.x - a.x) * (y - a.y) - (b.y - a.y) * (x - a.x)) / std::hypot(b.x - a.x, b.y - a.y));
   }
   return distance;
 }
@@ -303,7 +320,8 @@ void ExpectFacesReadUpright(const char* id, int option, float p, const Matrix& m
     const double front[3] = {x, y, t};
     const double plane[3] = {x, y, 0};
     double onBack[3];
-    for (int r = 0; r < 3; ++r) onBack[r] = back[r * 4] * plane[0] + back[r * 4 + 1] * plane[1] + back[r * 4 + 2] * plane[2] + back[r * 4 + 3];
+    for (int r = 0; r < 3; ++r)
+      onBack[r] = back[r * 4] * plane[0] + back[r * 4 + 1] * plane[1] + back[r * 4 + 2] * plane[2] + back[r * 4 + 3];
     for (const double* point : std::initializer_list<const double*>{front, onBack}) {
       // Only a face turned towards the camera shows: its outward normal against the view ray.
       const double nz = point == front ? 1 : -1;
@@ -377,6 +395,26 @@ TEST(Flip, ReleaseTwiceAndProcessWithoutPrepareAreHarmless) {
     EXPECT_EQ(row.callbacks.prepare(nullptr), VEK_E_FAIL);
     record.output = nullptr;
     EXPECT_EQ(row.callbacks.process(&record), VEK_E_FAIL) << "a missing output";
+  }
+}
+
+// The supersampled image keeps the previous frame between calls; none of it may show through.
+TEST(Flip, EachFrameDependsOnItsOwnInputsOnly) {
+  for (const char* id : {"DSP_TR_3DFlip", "DSP_TR_3DFlipTwo"}) {
+    Frame a = Frame::Random(kWidth, kHeight, 1), b = Frame::Random(kWidth, kHeight, 2);
+    Frame otherA = Frame::Random(kWidth, kHeight, 3), otherB = Frame::Random(kWidth, kHeight, 4);
+    Instance instance(LoadedPlugin().FindEffect(id));
+    instance.Record().width = kWidth;
+    instance.Record().height = kHeight;
+    instance.Prepare();
+    Frame out = Frame::Filled(kWidth, kHeight, 0);
+    for (auto [p, first, second] : {std::tuple{"0.6", &otherA, &otherB}, std::tuple{"0.35", &a, &b}}) {
+      instance.Set("P1", p);
+      instance.SetInput(0, first->Data());
+      instance.SetInput(1, second->Data());
+      instance.Process(out.Data());
+    }
+    EXPECT_EQ(out.bytes, Render({id, 0.35f, 0}, a, b).bytes) << id << ": as a fresh instance draws it";
   }
 }
 

@@ -310,7 +310,7 @@ TEST(Rasterizer, TrianglesSharingEdgesCoverEveryPixelOnce) {
     std::vector<std::pair<double, double>> rim;
     const int sides = 4 + trial % 7;
     for (int k = 0; k < sides; ++k) {
-      const double angle = 2 * M_PI * k / sides + jitter(generator) * 0.3;
+      const double angle = 2 * 3.14159265358979323846 * k / sides + jitter(generator) * 0.3;
       rim.emplace_back(place(cx + std::cos(angle) * (15 + jitter(generator) * 4)),
                        place(cy + std::sin(angle) * (15 + jitter(generator) * 4)));
     }
@@ -459,34 +459,60 @@ TEST(Rasterizer, ReadPixelsAndTheColourBufferRules) {
   EXPECT_EQ(gl.GetError(), kSglInvalidOperation);
 }
 
-TEST(Rasterizer, LightingAndTheLumaChromaPath) {
+// A 4 x 4 square facing the viewer under light 0, lit flat because every corner gets the same
+// light; the pixel that its colour (200, 100, 50) becomes.
+uint32_t LitSquare(int layout, const float* ambient, const float* diffuse, const float* specular,
+                   const float* position) {
+  Canvas c(4, 4);
+  c.gl.SetMatrixMode(kSglProjection);
+  c.gl.Ortho(-2, 2, -2, 2, -10, 10);  // the square's centre at the eye's axis
+  c.gl.SetMatrixMode(kSglModelView);
+  c.gl.SetRasterizerMode(layout);
+  c.gl.Enable(kSglLighting);
+  c.gl.Enable(kSglLight0);
+  c.gl.SetLight(kSglLight0, kSglAmbient, ambient);
+  c.gl.SetLight(kSglLight0, kSglDiffuse, diffuse);
+  c.gl.SetLight(kSglLight0, kSglSpecular, specular);
+  c.gl.SetLight(kSglLight0, kSglPosition, position);
+  const float normal[3] = {0, 0, 1};  // towards the viewer
+  c.gl.Normal3fv(normal);
+  c.gl.Color3ub(200, 100, 50);
+  c.gl.Begin(kSglTriangles);
+  const float corners[4][3] = {{-2, 2, 0}, {2, 2, 0}, {2, -2, 0}, {-2, -2, 0}};
+  for (int k : {0, 1, 2, 0, 2, 3}) c.gl.Vertex3fv(corners[k]);
+  c.gl.End();
+  EXPECT_EQ(c.At(0, 0), c.At(3, 2)) << "one light over the whole square";
+  return c.At(1, 1);
+}
+
+// The colour times a 0..256 factor, in the layout's bytes.
+uint32_t Expected(int layout, uint32_t factor) {
+  const uint8_t r = uint8_t(200 * factor >> 8), g = uint8_t(100 * factor >> 8), b = uint8_t(50 * factor >> 8);
+  if (layout == kLayoutAyuv) {
+    const VekYuv yuv = VekRgbToYuv(r, g, b);
+    return 0xFF000000u | uint32_t(yuv.y) << 16 | uint32_t(yuv.u) << 8 | yuv.v;
+  }
+  return 0xFF000000u | uint32_t(r) << 16 | uint32_t(g) << 8 | b;
+}
+
+// Light bytes become a factor of lit * 256 / 255, rounded.
+uint32_t Factor(double lit) {
+  return uint32_t(std::min(256.0, std::floor(lit * 256.0 / 255.0 + 0.5)));
+}
+
+TEST(Rasterizer, LightingInBothLayouts) {
+  const float ambient[4] = {0.2f, 0.2f, 0.2f, 1}, diffuse[4] = {0.6f, 0.6f, 0.6f, 1}, none[4] = {0, 0, 0, 1};
+  const float shiny[4] = {0.2f, 0.2f, 0.2f, 1};
+  const float ahead[4] = {0, 0, 1, 0};  // directional, from the viewer's side
+  const float above[4] = {0, 0, 2, 1};  // a point 2 in front of the square's centre
   for (int layout : {kLayoutArgb, kLayoutAyuv}) {
-    Canvas c(4, 4);
-    c.PixelProjection();
-    c.gl.SetRasterizerMode(layout);
-    c.gl.Enable(kSglLighting);
-    c.gl.Enable(kSglLight0);
-    const float ambient[4] = {0.2f, 0.2f, 0.2f, 1}, diffuse[4] = {0.6f, 0.6f, 0.6f, 1}, position[4] = {0, 0, 1, 0};
-    c.gl.SetLight(kSglLight0, kSglAmbient, ambient);
-    c.gl.SetLight(kSglLight0, kSglDiffuse, diffuse);
-    c.gl.SetLight(kSglLight0, kSglPosition, position);
-    const float normal[3] = {0, 0, 1};  // facing the light and the viewer
-    c.gl.Normal3fv(normal);
-    c.gl.Color3ub(200, 100, 50);
-    c.gl.Begin(kSglTriangles);
-    c.Vertex(0, 0), c.Vertex(4, 0), c.Vertex(0, 4);
-    c.Vertex(4, 0), c.Vertex(4, 4), c.Vertex(0, 4);
-    c.gl.End();
-    // Light bytes 51 + 153 = 204 of 255, a factor of 204 * 256 / 255 rounded: 205 of 256.
-    const uint32_t factor = 205;
-    const uint8_t r = uint8_t(200 * factor >> 8), g = uint8_t(100 * factor >> 8), b = uint8_t(50 * factor >> 8);
-    uint32_t expected = 0xFF000000u | uint32_t(r) << 16 | uint32_t(g) << 8 | b;
-    if (layout == kLayoutAyuv) {
-      const VekYuv yuv = VekRgbToYuv(r, g, b);
-      expected = 0xFF000000u | uint32_t(yuv.y) << 16 | uint32_t(yuv.u) << 8 | yuv.v;
-    }
-    EXPECT_EQ(c.At(1, 1), expected) << "layout " << layout;
-    EXPECT_EQ(c.At(3, 3), expected);
+    // Bytes 51 and 153 of 255: the diffuse part is whole when the light faces the square.
+    EXPECT_EQ(LitSquare(layout, ambient, diffuse, none, ahead), Expected(layout, Factor(51 + 153))) << layout;
+    // The half vector of that light and the viewer is the normal: the specular part is whole too.
+    EXPECT_EQ(LitSquare(layout, ambient, diffuse, shiny, ahead), Expected(layout, Factor(51 + 153 + 51))) << layout;
+    // A point light seen from each corner at 2 / sqrt(2^2 + 2^2 + 2^2) of the normal's direction.
+    EXPECT_EQ(LitSquare(layout, ambient, diffuse, none, above), Expected(layout, Factor(51 + 153 / std::sqrt(3.0))))
+        << layout;
   }
 }
 

@@ -17,7 +17,8 @@ namespace {
 
 using namespace vek::render;
 
-template <int R, int C> std::vector<float> RandomValues(uint32_t seed) {
+template <int R, int C>
+std::vector<float> RandomValues(uint32_t seed) {
   std::mt19937 generator(seed);
   std::uniform_real_distribution<float> value(-8.0f, 8.0f);
   std::vector<float> values(R * C);
@@ -38,11 +39,13 @@ std::vector<float> PlainProduct(const std::vector<float>& a, const std::vector<f
   return out;
 }
 
-template <class M> std::vector<float> Elements(const M& m) {
+template <class M>
+std::vector<float> Elements(const M& m) {
   return std::vector<float>(m.Data(), m.Data() + M::kRows * M::kColumns);
 }
 
-template <int R, int K, int C> void ExpectProduct(uint32_t seed) {
+template <int R, int K, int C>
+void ExpectProduct(uint32_t seed) {
   std::vector<float> a = RandomValues<R, K>(seed), b = RandomValues<K, C>(seed + 1);
   SmallMatrix<R, K> ma(a.data());
   SmallMatrix<K, C> mb(b.data());
@@ -241,8 +244,9 @@ TEST(SmallMatrixPrinters, ExactPiecesOfEachFormat) {
     float values[6] = {1.5f, -2.0f, 0.25f, 3.0f, 4.0f, -0.125f};
     MatrixRecord m{values, 2, 0, 2, 3};
     DebugPrint(m);
-    EXPECT_EQ(pieces.list, (std::vector<std::string>{"\t{\n{", "  1.500000000, ", " -2.000000000, ", "  0.250000000},\n{",
-                                                     "  3.000000000, ", "  4.000000000, ", " -0.125000000}}\n"}));
+    EXPECT_EQ(pieces.list,
+              (std::vector<std::string>{"\t{\n{", "  1.500000000, ", " -2.000000000, ", "  0.250000000},\n{",
+                                        "  3.000000000, ", "  4.000000000, ", " -0.125000000}}\n"}));
   }
   {
     Pieces pieces;

@@ -1,5 +1,7 @@
 #include "render/mesh_scene.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -12,9 +14,13 @@ namespace vek::render {
 
 // --- Mesh ---
 
-Mesh::~Mesh() { Release(); }
+Mesh::~Mesh() {
+  Release();
+}
 
-Mesh::Mesh(Mesh&& other) noexcept { *this = static_cast<Mesh&&>(other); }
+Mesh::Mesh(Mesh&& other) noexcept {
+  *this = static_cast<Mesh&&>(other);
+}
 
 Mesh& Mesh::operator=(Mesh&& other) noexcept {
   if (this != &other) {
@@ -36,7 +42,8 @@ void Mesh::Release() noexcept {
 
 bool Mesh::Allocate(int vertexCount_, int triangleCount_) noexcept {
   Release();
-  if (vertexCount_ <= 0 || vertexCount_ > 65536 || triangleCount_ <= 0) return false;
+  // Triangles and draw-list entries index with 16 bits.
+  if (vertexCount_ <= 0 || vertexCount_ > 65536 || triangleCount_ <= 0 || triangleCount_ > 65536) return false;
   vertices = static_cast<MeshVertex*>(std::calloc(std::size_t(vertexCount_), sizeof(MeshVertex)));
   triangles = static_cast<MeshTriangle*>(std::calloc(std::size_t(triangleCount_), sizeof(MeshTriangle)));
   if (!vertices || !triangles) {
@@ -97,9 +104,99 @@ void Mesh::MapImage(MeshFace face, const float corners[8]) noexcept {
 
 // --- Scene ---
 
+namespace {
+
+// Pixels x0..x1 of one row, each repeated 2 x 2 into two rows of the drawing image.
+void Upsample(const uint32_t* in, uint32_t* row0, int drawWidth, int x0, int x1) {
+  uint32_t* row1 = row0 + drawWidth;
+  int x = x0;
+  for (; x + 2 <= x1; x += 2) {
+    const __m128i pair = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(in + x));
+    const __m128i doubled = _mm_unpacklo_epi32(pair, pair);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(row0 + 2 * x), doubled);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(row1 + 2 * x), doubled);
+  }
+  for (; x < x1; ++x) row0[2 * x] = row0[2 * x + 1] = row1[2 * x] = row1[2 * x + 1] = in[x];
+}
+
+// Each 2 x 2 block of two rows averaged into one pixel: (a + b + c + d + 2) / 4 for every byte.
+uint32_t ReduceBlock(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+  const uint32_t even = (a & 0xFF00FF) + (b & 0xFF00FF) + (c & 0xFF00FF) + (d & 0xFF00FF) + 0x00020002;
+  const uint32_t odd =
+      ((a >> 8) & 0xFF00FF) + ((b >> 8) & 0xFF00FF) + ((c >> 8) & 0xFF00FF) + ((d >> 8) & 0xFF00FF) + 0x00020002;
+  return ((even >> 2) & 0xFF00FF) | ((odd << 6) & 0xFF00FF00);
+}
+
+void Reduce(const uint32_t* row0, int drawWidth, uint32_t* out, int x0, int x1) {
+  const uint32_t* row1 = row0 + drawWidth;
+  const __m128i zero = _mm_setzero_si128(), two = _mm_set1_epi16(2);
+  int x = x0;
+  for (; x + 2 <= x1; x += 2) {
+    // Four pixels of each row, as 16-bit lanes: the two blocks' columns summed over both rows.
+    const __m128i top = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row0 + 2 * x));
+    const __m128i bottom = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row1 + 2 * x));
+    const __m128i first = _mm_add_epi16(_mm_unpacklo_epi8(top, zero), _mm_unpacklo_epi8(bottom, zero));
+    const __m128i second = _mm_add_epi16(_mm_unpackhi_epi8(top, zero), _mm_unpackhi_epi8(bottom, zero));
+    const __m128i sums = _mm_add_epi16(_mm_unpacklo_epi64(first, second), _mm_unpackhi_epi64(first, second));
+    const __m128i mean = _mm_srli_epi16(_mm_add_epi16(sums, two), 2);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(mean, mean));
+  }
+  for (; x < x1; ++x) out[x] = ReduceBlock(row0[2 * x], row0[2 * x + 1], row1[2 * x], row1[2 * x + 1]);
+}
+
+// The two passes around the drawing of each run of rows of the drawing image, over the columns its
+// fills touch in each pair of rows.
+struct Passes {
+  using RowCoverage = RasterizerGen::RowCoverage;
+  uint32_t* target;
+  uint32_t* image;
+  int width;
+
+  // Output columns x0..x1-1 of row pair (row, row + 1) of the drawing image: their pixels in the
+  // target and the pair's first row.
+  uint32_t* Out(int row) const { return target + std::size_t(row / 2) * width; }
+  uint32_t* Image(int row) const { return image + std::size_t(row) * 2 * width; }
+
+  static void Before(void* context, int y0, int y1, const RowCoverage* rows) {
+    const Passes& p = *static_cast<const Passes*>(context);
+    for (int y = y0; y + 1 < y1; y += 2) {
+      const RowCoverage &top = rows[y - y0], &bottom = rows[y - y0 + 1];
+      const int from = std::min(top.from, bottom.from), to = std::max(top.to, bottom.to);
+      if (from > to) continue;
+      // Blocks whose four pixels the fills overwrite need no background: only the others get it.
+      int x = from / 2;
+      if (top.solidCount >= 0 && bottom.solidCount >= 0) {
+        for (int i = 0, j = 0; i < top.solidCount && j < bottom.solidCount;) {
+          const int a = std::max(top.solidFrom[i], bottom.solidFrom[j]),
+                    b = std::min(top.solidTo[i], bottom.solidTo[j]);
+          const int firstBlock = (a + 1) / 2, lastBlock = (b + 1) / 2 - 1;
+          if (firstBlock <= lastBlock) {
+            if (firstBlock > x) Upsample(p.Out(y), p.Image(y), 2 * p.width, x, firstBlock);
+            x = std::max(x, lastBlock + 1);
+          }
+          (top.solidTo[i] < bottom.solidTo[j] ? i : j)++;
+        }
+      }
+      if (x <= to / 2) Upsample(p.Out(y), p.Image(y), 2 * p.width, x, to / 2 + 1);
+    }
+  }
+  static void After(void* context, int y0, int y1, const RowCoverage* rows) {
+    const Passes& p = *static_cast<const Passes*>(context);
+    for (int y = y0; y + 1 < y1; y += 2) {
+      const int from = std::min(rows[y - y0].from, rows[y - y0 + 1].from);
+      const int to = std::max(rows[y - y0].to, rows[y - y0 + 1].to);
+      if (from <= to) Reduce(p.Image(y), 2 * p.width, p.Out(y), from / 2, to / 2 + 1);
+    }
+  }
+};
+
+}  // namespace
+
 MeshScene::MeshScene(int32_t optionWord) noexcept : optionWord_(optionWord) {}
 
-MeshScene::~MeshScene() { ReleaseContent(); }
+MeshScene::~MeshScene() {
+  ReleaseContent();
+}
 
 void MeshScene::ReleaseContent() noexcept {
   for (Object*& object : objects_) {
@@ -118,26 +215,27 @@ void MeshScene::ReleaseContent() noexcept {
 }
 
 bool MeshScene::Size(int width, int height, bool supersample) noexcept {
+  // Unsized until every step has succeeded, so that nothing draws with half a set-up.
+  width_ = height_ = 0;
+  target_ = nullptr;
   const int scale = supersample ? 2 : 1;
-  if (width <= 0 || height <= 0 || width * scale > 32767 || height * scale > 32767) return false;
-  width_ = width, height_ = height, supersample_ = supersample;
+  if (width <= 0 || height <= 0 || width > 32767 / scale || height > 32767 / scale) return false;
   if (!context_) context_ = new (std::nothrow) SGLGen(optionWord_);
   if (!context_) return false;
   if (context_->GetError() != kSglNoError) {
     ReleaseContent();
     return false;
   }
-  context_->Viewport(0, 0, width * scale, height * scale);
+  SGLGen& gl = *context_;
+  gl.Viewport(0, 0, width * scale, height * scale);
   std::free(intermediate_);
   intermediate_ = nullptr;
-  target_ = nullptr;
+  if (gl.GetError() != kSglNoError) return false;
   if (supersample) {
     intermediate_ = static_cast<uint32_t*>(std::malloc(std::size_t(width) * height * 4 * sizeof(uint32_t)));
     if (!intermediate_) return false;
-    context_->SetColorBuffer(intermediate_);
+    gl.SetColorBuffer(intermediate_);
   }
-  if (context_->GetError() != kSglNoError) return false;
-  SGLGen& gl = *context_;
   gl.Enable(kSglTexture2D);
   gl.Enable(kSglCullFace);
   gl.SetFrontFace(kSglClockwise);
@@ -156,7 +254,9 @@ bool MeshScene::Size(int width, int height, bool supersample) noexcept {
   gl.SetLight(kSglLight0, kSglPosition, position);
   gl.Rasterizer().SetWorkers(workers_);
   gl.SetRasterizerMode(pixelFormat_);
-  return gl.GetError() == kSglNoError;
+  if (gl.GetError() != kSglNoError) return false;
+  width_ = width, height_ = height, supersample_ = supersample;
+  return true;
 }
 
 int MeshScene::AddObject(Mesh& mesh) noexcept {
@@ -285,33 +385,6 @@ void MeshScene::SetCamera() noexcept {
   gl.Translate(0.0, 0.0, -double(kCameraDistance));
 }
 
-// The pixels of the drawing image that the transformed vertices can reach, widened to whole 2 x 2
-// blocks; false when nothing can show.
-bool MeshScene::Bounds(int& x0, int& y0, int& x1, int& y1) noexcept {
-  const RasterizerGen& raster = context_->Rasterizer();
-  const int w = raster.Width(), h = raster.Height();
-  float left = 1e30f, top = 1e30f, right = -1e30f, bottom = -1e30f;
-  int vertex = 0;
-  for (int k = 0; k < objectCount_; ++k) {
-    for (int v = 0; v < objects_[k]->mesh.vertexCount; ++v, ++vertex) {
-      const float* p = world_ + std::size_t(vertex) * 6;
-      float column, row;
-      if (!raster.Project(p[0], p[1], kCameraDistance - p[2], column, row)) {
-        // A vertex behind the camera: its triangles may cover anything.
-        x0 = y0 = 0, x1 = w, y1 = h;
-        return w > 0 && h > 0;
-      }
-      left = std::min(left, column), right = std::max(right, column);
-      top = std::min(top, row), bottom = std::max(bottom, row);
-    }
-  }
-  if (!(left <= right)) return false;
-  auto bound = [](float v, int limit) { return int(std::max(0.0f, std::min(float(limit), v))); };
-  x0 = bound(std::floor(left) - 2, w) & ~1, x1 = std::min(w, (bound(std::ceil(right) + 2, w) + 1) & ~1);
-  y0 = bound(std::floor(top) - 2, h) & ~1, y1 = std::min(h, (bound(std::ceil(bottom) + 2, h) + 1) & ~1);
-  return x0 < x1 && y0 < y1;
-}
-
 void MeshScene::Submit() noexcept {
   SGLGen& gl = *context_;
   const int count = [&] {
@@ -327,7 +400,7 @@ void MeshScene::Submit() noexcept {
     const DrawItem& item = drawList_[n];
     const Object& object = *objects_[item.object];
     const MeshTriangle& triangle = object.mesh.triangles[item.triangle];
-    const Image* image = triangle.face == kFaceFront ? &object.images[0]
+    const Image* image = triangle.face == kFaceFront  ? &object.images[0]
                          : triangle.face == kFaceBack ? &object.images[1]
                                                       : nullptr;
     const uint32_t id = image && image->pixels && image->uploaded ? image->textureId : 0;
@@ -351,7 +424,7 @@ void MeshScene::Submit() noexcept {
 }
 
 bool MeshScene::Draw() noexcept {
-  if (!context_ || !target_ || width_ == 0) return false;
+  if (!context_ || !target_ || width_ == 0 || (supersample_ && !intermediate_)) return false;
   // Every vertex by its object's matrix; depth is not negated here, so farther is more negative.
   int vertex = 0, items = 0;
   for (int k = 0; k < objectCount_; ++k) {
@@ -372,7 +445,8 @@ bool MeshScene::Draw() noexcept {
     }
     for (int t = 0; t < object.mesh.triangleCount; ++t) {
       const uint16_t* corner = object.mesh.triangles[t].vertex;
-      const float z0 = world_[std::size_t(first + corner[0]) * 6 + 2], z1 = world_[std::size_t(first + corner[1]) * 6 + 2],
+      const float z0 = world_[std::size_t(first + corner[0]) * 6 + 2],
+                  z1 = world_[std::size_t(first + corner[1]) * 6 + 2],
                   z2 = world_[std::size_t(first + corner[2]) * 6 + 2];
       drawList_[items++] = {uint16_t(k), uint16_t(t), std::min({z0, z1, z2, 1e6f}), std::max({z0, z1, z2, -1e6f})};
     }
@@ -384,42 +458,19 @@ bool MeshScene::Draw() noexcept {
 
   UploadImages();
   SetCamera();
-  int x0, y0, x1, y1;
-  if (!Bounds(x0, y0, x1, y1)) return true;
   if (!supersample_) {
     Submit();
     return context_->GetError() == kSglNoError;
   }
-
-  // The target's pixels, each repeated 2 x 2, are the background of the drawing image; after
-  // drawing, each 2 x 2 block is averaged back into one pixel. Outside the bounds nothing changes.
-  const int drawWidth = width_ * 2;
-  uint32_t* image = intermediate_;
-  uint32_t* target = target_;
-  const int outX0 = x0 / 2, outX1 = x1 / 2, outY0 = y0 / 2, outY1 = y1 / 2;
-  ParallelRows(workers_, outY1 - outY0, [&](int band0, int band1) {
-    for (int y = outY0 + band0; y < outY0 + band1; ++y) {
-      const uint32_t* in = target + std::size_t(y) * width_;
-      uint32_t* row0 = image + std::size_t(2 * y) * drawWidth;
-      uint32_t* row1 = row0 + drawWidth;
-      for (int x = outX0; x < outX1; ++x) row0[2 * x] = row0[2 * x + 1] = row1[2 * x] = row1[2 * x + 1] = in[x];
-    }
-  });
+  // The fills wait until all are set up, then are drawn run by run of rows: first the target's
+  // pixels under them, each repeated 2 x 2, become their background; after drawing, each 2 x 2
+  // block is averaged back into one pixel. Where nothing is drawn the target stays as it was.
+  RasterizerGen& raster = context_->Rasterizer();
+  raster.Hold(true);
   Submit();
-  ParallelRows(workers_, outY1 - outY0, [&](int band0, int band1) {
-    for (int y = outY0 + band0; y < outY0 + band1; ++y) {
-      uint32_t* out = target + std::size_t(y) * width_;
-      const uint32_t* row0 = image + std::size_t(2 * y) * drawWidth;
-      const uint32_t* row1 = row0 + drawWidth;
-      for (int x = outX0; x < outX1; ++x) {
-        const uint32_t a = row0[2 * x], b = row0[2 * x + 1], c = row1[2 * x], d = row1[2 * x + 1];
-        const uint32_t even = (a & 0xFF00FF) + (b & 0xFF00FF) + (c & 0xFF00FF) + (d & 0xFF00FF) + 0x00020002;
-        const uint32_t odd =
-            ((a >> 8) & 0xFF00FF) + ((b >> 8) & 0xFF00FF) + ((c >> 8) & 0xFF00FF) + ((d >> 8) & 0xFF00FF) + 0x00020002;
-        out[x] = ((even >> 2) & 0xFF00FF) | ((odd << 6) & 0xFF00FF00);
-      }
-    }
-  });
+  raster.Hold(false);
+  Passes passes{target_, intermediate_, width_};
+  raster.ExecuteInRuns(kRunRows, {&passes, &Passes::Before, &Passes::After});
   return context_->GetError() == kSglNoError;
 }
 

@@ -63,6 +63,8 @@ class MeshScene {
   static constexpr float kCameraDistance = 4.0f;
   static constexpr float kNear = 0.5f;
   static constexpr float kFar = 100.0f;
+  // Rows of the supersampled image drawn, upsampled and reduced together while in the cache.
+  static constexpr int kRunRows = 16;
 
   // optionWord is handed to the context when it is made.
   explicit MeshScene(int32_t optionWord) noexcept;
@@ -129,7 +131,6 @@ class MeshScene {
   Object* Find(int object) noexcept;
   void UploadImages() noexcept;
   void SetCamera() noexcept;
-  bool Bounds(int& x0, int& y0, int& x1, int& y1) noexcept;
   void Submit() noexcept;
 
   int32_t optionWord_;

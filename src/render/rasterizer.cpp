@@ -60,7 +60,9 @@ int ClipPolygon(const Vertex* in, int count, Vertex* out, int capacity, Distance
   return written;
 }
 
-float Dot(const float* a, const float* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+float Dot(const float* a, const float* b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
 
 void Normalise(float* v) {
   const float length2 = Dot(v, v);
@@ -76,13 +78,18 @@ float Shine(float x) {
   return x * x;
 }
 
-int64_t FloorDiv(int64_t a, int64_t b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
+int64_t FloorDiv(int64_t a, int64_t b) {
+  return a >= 0 ? a / b : -((-a + b - 1) / b);
+}
 
-int64_t Snap(float v) { return int64_t(std::floor(double(v) * kSubpixels + 0.5)); }
+int64_t Snap(float v) {
+  return int64_t(std::floor(double(v) * kSubpixels + 0.5));
+}
 
-// floor(v) as an integer, with v held to +-2^30 first (not a number counts as the low end).
+// floor(v) as an integer, with v held to +-2^29 first (not a number counts as the low end), so
+// that the difference of two such values fits 32 bits.
 inline int32_t FloorToInt(float v) {
-  constexpr float kLimit = float(1 << 30);
+  constexpr float kLimit = float(1 << 29);
   if (!(v > -kLimit)) v = -kLimit;
   if (v > kLimit) v = kLimit;
   const int32_t i = int32_t(v);
@@ -105,12 +112,15 @@ inline uint32_t Lerp2(uint32_t a, uint32_t b, uint32_t f) {
 }
 
 // The light's luma, the one factor of the luma/chroma path.
-inline int32_t LumaFactor(const int32_t* light) { return (77 * light[0] + 150 * light[1] + 29 * light[2] + 128) >> 8; }
+inline int32_t LumaFactor(const int32_t* light) {
+  return (77 * light[0] + 150 * light[1] + 29 * light[2] + 128) >> 8;
+}
 
 // Lighting of a textured pixel: each colour byte moves from a dark value towards itself by its
 // factor: (c L + dark (256 - L)) / 256. ARGB: dark is 0 and each channel has its factor. AYUV: dark
 // is black (16, 128, 128) and luma and chroma share the light's luma. Alpha is kept.
-template <bool Ayuv> inline uint32_t Modulate(uint32_t p, const int32_t* light) {
+template <bool Ayuv>
+inline uint32_t Modulate(uint32_t p, const int32_t* light) {
   uint32_t out = p & 0xFF000000;
   if constexpr (Ayuv) {
     const uint32_t l = uint32_t(LumaFactor(light)), dark[3] = {128, 128, 16};
@@ -125,7 +135,8 @@ template <bool Ayuv> inline uint32_t Modulate(uint32_t p, const int32_t* light) 
 struct LaneLight {
   __m128i factor, dark;
 };
-template <bool Ayuv> LaneLight MakeLaneLight(const int32_t* light) {
+template <bool Ayuv>
+LaneLight MakeLaneLight(const int32_t* light) {
   if constexpr (Ayuv) {
     const int16_t l = int16_t(LumaFactor(light)), rest = int16_t(256 - l);
     return {_mm_setr_epi16(l, l, l, 256, l, l, l, 256),
@@ -138,7 +149,8 @@ template <bool Ayuv> LaneLight MakeLaneLight(const int32_t* light) {
 }
 
 // An RGB colour (bytes blue, green, red, alpha) lit by 0..256 factors, in the buffer's layout.
-template <bool Ayuv> inline uint32_t LitColour(const uint8_t* colour, const int32_t* light) {
+template <bool Ayuv>
+inline uint32_t LitColour(const uint8_t* colour, const int32_t* light) {
   const uint8_t r = uint8_t((colour[2] * light[0]) >> 8), g = uint8_t((colour[1] * light[1]) >> 8),
                 b = uint8_t((colour[0] * light[2]) >> 8);
   const uint32_t alpha = uint32_t(colour[3]) << 24;
@@ -167,16 +179,28 @@ inline int32_t Wrap(int32_t i, int32_t size, int32_t mask) {
   return i < 0 ? i + size : i;
 }
 
-inline int32_t Clamp(int32_t i, int32_t size) { return i < 0 ? 0 : i >= size ? size - 1 : i; }
+inline int32_t Clamp(int32_t i, int32_t size) {
+  return i < 0 ? 0 : i >= size ? size - 1 : i;
+}
 
-// Texture coordinates are fixed point with 16 fraction bits; for the bilinear kinds they are
-// measured from texel centres. The weights are the top 8 fraction bits.
+// Texture coordinates are fixed point with kTexelBits fraction bits; for the bilinear kinds they are
+// measured from texel centres. The weights are the top 8 fraction bits. With coordinates held to
+// +-2^29, textures up to 2^17 texels across are addressed exactly.
+constexpr int kTexelBits = 12;
+constexpr int kWeightShift = kTexelBits - 8;
+inline int32_t TexelOf(int32_t c) {
+  return c >> kTexelBits;
+}
+inline uint32_t WeightOf(int32_t c) {
+  return uint32_t(c >> kWeightShift) & 255;
+}
 
 // One texel anywhere: coordinates outside the texture repeat or are held at its edges.
-template <int K> inline uint32_t Sample(const TextureRecord& texture, int32_t u, int32_t v) {
+template <int K>
+inline uint32_t Sample(const TextureRecord& texture, int32_t u, int32_t v) {
   const int32_t w = texture.width, h = texture.height;
   const int32_t maskX = texture.log2Width || w == 1 ? w - 1 : 0, maskY = texture.log2Height || h == 1 ? h - 1 : 0;
-  const int32_t xi = u >> 16, yi = v >> 16;
+  const int32_t xi = TexelOf(u), yi = TexelOf(v);
   if constexpr (K == kNearest) {
     return texture.pixels[std::size_t(Wrap(yi, h, maskY)) * std::size_t(w) + std::size_t(Wrap(xi, w, maskX))];
   } else {
@@ -188,7 +212,7 @@ template <int K> inline uint32_t Sample(const TextureRecord& texture, int32_t u,
     }
     const uint32_t* row0 = texture.pixels + std::size_t(y0) * std::size_t(w);
     const uint32_t* row1 = texture.pixels + std::size_t(y1) * std::size_t(w);
-    const uint32_t fx = uint32_t(u >> 8) & 255, fy = uint32_t(v >> 8) & 255;
+    const uint32_t fx = WeightOf(u), fy = WeightOf(v);
     return Lerp2(Lerp2(row0[x0], row1[x0], fy), Lerp2(row0[x1], row1[x1], fy), fx);
   }
 }
@@ -208,9 +232,56 @@ inline __m128i SampleInside(const uint32_t* topLeft, std::size_t stride, uint32_
                         8);
 }
 
+// How many pixels ahead RunInside prefetches texels.
+constexpr int kPrefetch = 16;
+
+// Bilinear texels inside the texture for a run of pixels with stepped coordinates, two at a time:
+// the common case of a picture on a face under one light, with no depth test and no blending.
+// The blends are those of SampleInside.
+template <bool Lit>
+void RunInside(uint32_t* out, int count, int32_t u, int32_t v, int32_t du, int32_t dv, const uint32_t* pixels,
+               std::size_t stride, const LaneLight& light) {
+  const __m128i zero = _mm_setzero_si128(), full = _mm_set1_epi16(256);
+  auto column = [&](int32_t uu, int32_t vv) {
+    const uint32_t* topLeft = pixels + std::size_t(TexelOf(vv)) * stride + std::size_t(TexelOf(uu));
+    const __m128i top = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft)), zero);
+    const __m128i bottom = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft + stride)), zero);
+    const __m128i fy = _mm_set1_epi16(int16_t(WeightOf(vv)));
+    return _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(top, _mm_sub_epi16(full, fy)), _mm_mullo_epi16(bottom, fy)), 8);
+  };
+  int k = 0;
+  for (; k + 2 <= count; k += 2) {
+    const int32_t u1 = u + du, v1 = v + dv;
+    // Texels a few pixels ahead are asked for early: a picture turned on the screen is walked
+    // across its rows, a new row (and page) every pixel or two. Only an address is formed; the
+    // prefetch may point past the run without touching memory.
+    const uintptr_t ahead =
+        reinterpret_cast<uintptr_t>(pixels) +
+        (uintptr_t(intptr_t(TexelOf(v + kPrefetch * dv))) * stride + uintptr_t(intptr_t(TexelOf(u + kPrefetch * du)))) *
+            sizeof(uint32_t);
+    _mm_prefetch(reinterpret_cast<const char*>(ahead), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(ahead + stride * sizeof(uint32_t)), _MM_HINT_T0);
+    const __m128i first = column(u, v), second = column(u1, v1);
+    const __m128i left = _mm_unpacklo_epi64(first, second), right = _mm_unpackhi_epi64(first, second);
+    const __m128i fx = _mm_unpacklo_epi64(_mm_set1_epi16(int16_t(WeightOf(u))), _mm_set1_epi16(int16_t(WeightOf(u1))));
+    __m128i c =
+        _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(left, _mm_sub_epi16(full, fx)), _mm_mullo_epi16(right, fx)), 8);
+    if constexpr (Lit) c = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(c, light.factor), light.dark), 8);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k), _mm_packus_epi16(c, c));
+    u = u1 + du, v = v1 + dv;
+  }
+  if (k < count) {
+    __m128i c = SampleInside(pixels + std::size_t(TexelOf(v)) * stride + std::size_t(TexelOf(u)), stride, WeightOf(u),
+                             WeightOf(v));
+    if constexpr (Lit) c = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(c, light.factor), light.dark), 8);
+    out[k] = uint32_t(_mm_cvtsi128_si32(_mm_packus_epi16(c, c)));
+  }
+}
+
 // Perspective-correct texture coordinates are computed exactly at both ends of every run of this
 // many pixels and stepped in integers between them.
-constexpr int kRun = 16;
+constexpr int kRunShift = 5;
+constexpr int kRun = 1 << kRunShift;
 
 // One row of one triangle, pixels first..last. Every value is computed from the row and the
 // pixel's offset within the span alone, so bands of any size give the same bytes.
@@ -224,7 +295,7 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
   const float q0 = start(tri.q), s0 = start(tri.s), t0 = start(tri.t), z0 = start(tri.z);
   const float r0 = Flat ? 0 : start(tri.r), g0 = Flat ? 0 : start(tri.g), b0 = Flat ? 0 : start(tri.b);
   const bool blend = tri.colour[3] != 255;
-  const int32_t bias = K == kNearest ? 0 : 32768;
+  const int32_t bias = K == kNearest ? 0 : 1 << (kTexelBits - 1);
   const int count = last - first + 1;
   const TextureRecord* texture = tri.texture;
   const LaneLight lanes = MakeLaneLight<Ayuv>(tri.light);
@@ -234,22 +305,43 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
     u = FloorToInt((s0 + tri.s.dx * float(k)) * w) - bias;
     v = FloorToInt((t0 + tri.t.dx * float(k)) * w) - bias;
   };
+  if constexpr (K == kPlain && Flat) {
+    if (!depth && !blend) {
+      std::fill(out, out + count, tri.flatPixel);
+      return;
+    }
+  }
+  // A run of kRun pixels with a pixel after it steps over kRun intervals to that pixel, whose
+  // exact coordinates start the next run; a last, shorter run steps to its own last pixel.
+  int32_t nextU = 0, nextV = 0;
+  if constexpr (K != kPlain) coordinates(0, nextU, nextV);
   for (int run = 0; run < count; run += kRun) {
     const int end = std::min(run + kRun, count) - 1;
-    int32_t u = 0, v = 0, du = 0, dv = 0;
+    int32_t u = nextU, v = nextV, du = 0, dv = 0;
     bool inside = false;
     if constexpr (K != kPlain) {
-      int32_t uEnd, vEnd;
-      coordinates(run, u, v);
-      if (end > run) {
+      if (run + kRun < count) {
+        coordinates(run + kRun, nextU, nextV);
+        du = (nextU - u) >> kRunShift, dv = (nextV - v) >> kRunShift;
+      } else if (end > run) {
+        int32_t uEnd, vEnd;
         coordinates(end, uEnd, vEnd);
-        du = int32_t((int64_t(uEnd) - u) / (end - run)), dv = int32_t((int64_t(vEnd) - v) / (end - run));
+        du = (uEnd - u) / (end - run), dv = (vEnd - v) / (end - run);
       }
       // Stepping is linear, so the run's texels lie between those of its ends.
       const int32_t uLast = u + du * (end - run), vLast = v + dv * (end - run);
       const int32_t reach = K == kNearest ? 1 : 2;
-      inside = std::min(u, uLast) >= 0 && (std::max(u, uLast) >> 16) + reach <= texture->width &&
-               std::min(v, vLast) >= 0 && (std::max(v, vLast) >> 16) + reach <= texture->height;
+      inside = std::min(u, uLast) >= 0 && TexelOf(std::max(u, uLast)) + reach <= texture->width &&
+               std::min(v, vLast) >= 0 && TexelOf(std::max(v, vLast)) + reach <= texture->height;
+      if (K != kNearest && Flat && inside && !depth && !blend) {
+        const std::size_t stride = std::size_t(texture->width);
+        if (modulate) {
+          RunInside<true>(out + run, end - run + 1, u, v, du, dv, texture->pixels, stride, lanes);
+        } else {
+          RunInside<false>(out + run, end - run + 1, u, v, du, dv, texture->pixels, stride, lanes);
+        }
+        continue;
+      }
     }
     for (int k = run; k <= end; ++k, u += du, v += dv) {
       if (depth) {
@@ -269,8 +361,8 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
         pixel = Flat ? tri.flatPixel : LitColour<Ayuv>(tri.colour, light);
       } else if (K != kNearest && inside) {
         const std::size_t stride = std::size_t(texture->width);
-        const uint32_t* topLeft = texture->pixels + std::size_t(v >> 16) * stride + std::size_t(u >> 16);
-        __m128i c = SampleInside(topLeft, stride, uint32_t(u >> 8) & 255, uint32_t(v >> 8) & 255);
+        const uint32_t* topLeft = texture->pixels + std::size_t(TexelOf(v)) * stride + std::size_t(TexelOf(u));
+        __m128i c = SampleInside(topLeft, stride, WeightOf(u), WeightOf(v));
         if (modulate) {
           const LaneLight pixelLanes = Flat ? lanes : MakeLaneLight<Ayuv>(light);
           c = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(c, pixelLanes.factor), pixelLanes.dark), 8);
@@ -285,17 +377,22 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
   }
 }
 
-template <int K> RasterizerGen::SpanFn ChooseSpan(bool ayuv, bool flat) {
+template <int K>
+RasterizerGen::SpanFn ChooseSpan(bool ayuv, bool flat) {
   if (ayuv) return flat ? &Span<K, true, true> : &Span<K, true, false>;
   return flat ? &Span<K, false, true> : &Span<K, false, false>;
 }
 
 RasterizerGen::SpanFn ChooseSpan(int kind, bool ayuv, bool flat) {
   switch (kind) {
-    case kNearest: return ChooseSpan<kNearest>(ayuv, flat);
-    case kBilinear: return ChooseSpan<kBilinear>(ayuv, flat);
-    case kBilinearClamp: return ChooseSpan<kBilinearClamp>(ayuv, flat);
-    default: return ChooseSpan<kPlain>(ayuv, flat);
+    case kNearest:
+      return ChooseSpan<kNearest>(ayuv, flat);
+    case kBilinear:
+      return ChooseSpan<kBilinear>(ayuv, flat);
+    case kBilinearClamp:
+      return ChooseSpan<kBilinearClamp>(ayuv, flat);
+    default:
+      return ChooseSpan<kPlain>(ayuv, flat);
   }
 }
 
@@ -310,10 +407,13 @@ Plane MakePlane(const double* x, const double* y, double det, float a0, float a1
 
 RasterizerGen::RasterizerGen() noexcept = default;
 
-RasterizerGen::~RasterizerGen() { std::free(depth_); }
+RasterizerGen::~RasterizerGen() {
+  std::free(depth_);
+  std::free(queue_);
+}
 
-void RasterizerGen::Init(float perspective, float width, float height, float top, float bottom, float left,
-                         float right, float near, float far, uint32_t* colour) noexcept {
+void RasterizerGen::Init(float perspective, float width, float height, float top, float bottom, float left, float right,
+                         float near, float far, uint32_t* colour) noexcept {
   perspective_ = perspective != 0.0f;
   const int w = width >= 1 && width < 65536 ? int(width) : 0, h = height >= 1 && height < 65536 ? int(height) : 0;
   if (std::size_t(w) * std::size_t(h) != depthPixels_) {
@@ -455,7 +555,14 @@ bool RasterizerGen::SetUp(int32_t path, const RasterVertex& a, const RasterVerte
     const float x = perspective_ ? v.x * near * inverse : v.x, y = perspective_ ? -v.y * near * inverse : -v.y;
     const float q = divide ? inverse : 1.0f;
     ScreenVertex& s = screen[k];
-    s = {(x - left_) * scaleX, (y - top_) * scaleY, q, v.s * q, v.t * q, v.r * q, v.g * q, v.b * q,
+    s = {(x - left_) * scaleX,
+         (y - top_) * scaleY,
+         q,
+         v.s * q,
+         v.t * q,
+         v.r * q,
+         v.g * q,
+         v.b * q,
          perspective_ ? inverse : -v.depth};
     if (!std::isfinite(s.x) || !std::isfinite(s.y)) return false;
     outside |= std::fabs(s.x) > kGuardBand || std::fabs(s.y) > kGuardBand;
@@ -491,7 +598,9 @@ bool RasterizerGen::Prepare(const ScreenVertex& v0, const ScreenVertex& v1, cons
   }
   // Bounds: the pixels whose centres lie within the snapped corners, on the screen.
   const int64_t half = int64_t(kSubpixels) / 2;
-  auto firstCentre = [half](int64_t lo) { return int(FloorDiv(lo - half + int64_t(kSubpixels) - 1, int64_t(kSubpixels))); };
+  auto firstCentre = [half](int64_t lo) {
+    return int(FloorDiv(lo - half + int64_t(kSubpixels) - 1, int64_t(kSubpixels)));
+  };
   auto lastCentre = [half](int64_t hi) { return int(FloorDiv(hi - half, int64_t(kSubpixels))); };
   out.x0 = std::max(0, firstCentre(std::min({X[0], X[1], X[2]})));
   out.x1 = std::min(width_ - 1, lastCentre(std::max({X[0], X[1], X[2]})));
@@ -514,7 +623,9 @@ bool RasterizerGen::Prepare(const ScreenVertex& v0, const ScreenVertex& v1, cons
   const double py[3] = {double(Y[0]) / kSubpixels, double(Y[1]) / kSubpixels, double(Y[2]) / kSubpixels};
   const double det = double(area) / (kSubpixels * kSubpixels);
   out.ox = float(px[0]), out.oy = float(py[0]);
-  auto plane = [&](float ScreenVertex::*field) { return MakePlane(px, py, det, v[0]->*field, v[1]->*field, v[2]->*field); };
+  auto plane = [&](float ScreenVertex::*field) {
+    return MakePlane(px, py, det, v[0]->*field, v[1]->*field, v[2]->*field);
+  };
   out.q = plane(&ScreenVertex::q), out.s = plane(&ScreenVertex::s), out.t = plane(&ScreenVertex::t);
   out.r = plane(&ScreenVertex::r), out.g = plane(&ScreenVertex::g), out.b = plane(&ScreenVertex::b);
   out.z = plane(&ScreenVertex::z);
@@ -524,13 +635,16 @@ bool RasterizerGen::Prepare(const ScreenVertex& v0, const ScreenVertex& v1, cons
 void RasterizerGen::Queue(bool textured, const TextureRecord* texture, int32_t samplingMode) noexcept {
   if (pendingCount_ < 3) return;
   const bool ayuv = mode_ == kLayoutAyuv;
-  const int kind = !textured                                                                  ? kPlain
+  const int kind = !textured                                                           ? kPlain
                    : samplingMode == kSampleNearest || samplingMode == kSampleBilinear ? samplingMode
                                                                                        : kBilinearClamp;
   int32_t light[3];
   for (int c = 0; c < 3; ++c) light[c] = LightFactor(pendingLight_[c]);
   for (int k = 1; k + 1 < pendingCount_; ++k) {
-    if (queued_ == kQueueCapacity) Execute();
+    if (queued_ == capacity_ && !Grow()) {
+      if (holding_) break;
+      Execute();
+    }
     Prepared& tri = queue_[queued_];
     if (!Prepare(pending_[0], pending_[k], pending_[k + 1], tri)) continue;
     tri.texture = texture;
@@ -541,8 +655,9 @@ void RasterizerGen::Queue(bool textured, const TextureRecord* texture, int32_t s
     tri.modulate = light[0] != 256 || light[1] != 256 || light[2] != 256;
     tri.flatPixel = ayuv ? LitColour<true>(tri.colour, light) : LitColour<false>(tri.colour, light);
     if (textured) {
-      // Texture coordinates straight to 1/65536 texel.
-      const float scaleS = float(texture->width) * 65536.0f, scaleT = float(texture->height) * 65536.0f;
+      // Texture coordinates straight to fixed-point texels.
+      const float scaleS = float(texture->width) * float(1 << kTexelBits);
+      const float scaleT = float(texture->height) * float(1 << kTexelBits);
       tri.s = {tri.s.at * scaleS, tri.s.dx * scaleS, tri.s.dy * scaleS};
       tri.t = {tri.t.at * scaleT, tri.t.dx * scaleT, tri.t.dy * scaleT};
     }
@@ -560,9 +675,98 @@ void RasterizerGen::FillTextured(const TextureRecord* texture, int32_t samplingM
   Queue(true, texture, samplingMode);
 }
 
-void RasterizerGen::FillUntextured(int32_t) noexcept { Queue(false, nullptr, 0); }
+void RasterizerGen::FillUntextured(int32_t) noexcept {
+  Queue(false, nullptr, 0);
+}
 
-void RasterizerGen::Execute() noexcept {
+bool RasterizerGen::Grow() noexcept {
+  const int capacity = capacity_ ? 2 * capacity_ : 256;
+  auto* grown = static_cast<Prepared*>(std::realloc(queue_, std::size_t(capacity) * sizeof(Prepared)));
+  if (!grown) return false;
+  queue_ = grown;
+  capacity_ = capacity;
+  return true;
+}
+
+// The columns triangle `tri` covers in row j, exactly, from its edge functions (none: lo > hi).
+void CoveredSpan(const Prepared& tri, int j, int64_t& lo, int64_t& hi) {
+  lo = tri.x0, hi = tri.x1;
+  for (int e = 0; e < 3; ++e) {
+    const int64_t c = tri.ej[e] * j + tri.e0[e];
+    if (tri.ei[e] > 0) {
+      lo = std::max(lo, -FloorDiv(c, tri.ei[e]));
+    } else if (tri.ei[e] < 0) {
+      hi = std::min(hi, FloorDiv(c, -tri.ei[e]));
+    } else if (c < 0) {
+      hi = lo - 1;
+    }
+  }
+}
+
+// Adds the columns a..b to a row's sorted runs of overwritten columns, joining runs that overlap
+// or touch; too many runs make the row unknown.
+void AddSolid(RasterizerGen::RowCoverage& row, int a, int b) {
+  if (row.solidCount < 0) return;
+  int from[RasterizerGen::kMaxSolid + 1], to[RasterizerGen::kMaxSolid + 1], count = 0;
+  bool placed = false;
+  for (int k = 0; k < row.solidCount; ++k) {
+    if (row.solidTo[k] + 1 < a) {
+      from[count] = row.solidFrom[k], to[count++] = row.solidTo[k];
+    } else if (row.solidFrom[k] > b + 1) {
+      if (!placed) from[count] = a, to[count++] = b, placed = true;
+      from[count] = row.solidFrom[k], to[count++] = row.solidTo[k];
+    } else {
+      a = std::min(a, row.solidFrom[k]), b = std::max(b, row.solidTo[k]);
+    }
+    if (count > RasterizerGen::kMaxSolid) {
+      row.solidCount = -1;
+      return;
+    }
+  }
+  if (!placed) from[count] = a, to[count++] = b;
+  if (count > RasterizerGen::kMaxSolid) {
+    row.solidCount = -1;
+    return;
+  }
+  std::copy(from, from + count, row.solidFrom);
+  std::copy(to, to + count, row.solidTo);
+  row.solidCount = count;
+}
+
+void RasterizerGen::Coverage(int y0, int y1, RowCoverage* rows) const noexcept {
+  bool opaque = true;
+  for (int k = 0; k < queued_; ++k) opaque &= !queue_[k].depthTest && queue_[k].colour[3] == 255;
+  for (int j = y0; j < y1; ++j)
+    rows[j - y0].from = width_, rows[j - y0].to = -1, rows[j - y0].solidCount = opaque ? 0 : -1;
+  for (int k = 0; k < queued_; ++k) {
+    const Prepared& tri = queue_[k];
+    for (int j = std::max(tri.y0, y0); j <= std::min(tri.y1, y1 - 1); ++j) {
+      int64_t a, b;
+      CoveredSpan(tri, j, a, b);
+      if (a > b) continue;
+      RowCoverage& row = rows[j - y0];
+      row.from = std::min(row.from, int(a)), row.to = std::max(row.to, int(b));
+      AddSolid(row, int(a), int(b));
+    }
+  }
+}
+
+void RasterizerGen::DrawRows(const Target& target, int y0, int y1) const noexcept {
+  for (int k = 0; k < queued_; ++k) {
+    const Prepared& tri = queue_[k];
+    for (int j = std::max(tri.y0, y0); j <= std::min(tri.y1, y1 - 1); ++j) {
+      int64_t a, b;
+      CoveredSpan(tri, j, a, b);
+      if (a <= b) tri.span(tri, target, j, int(a), int(b));
+    }
+  }
+}
+
+// The queued fills in runs of `rows` rows counted from row 0, only those runs that a fill touches:
+// run(target, y0, y1) for each. The runs are split among the workers; every pixel gets the same
+// fills in the same order whatever the split.
+template <class RunFn>
+void RasterizerGen::ForEachRun(int rows, RunFn&& run) noexcept {
   if (!colour_ || queued_ == 0) {
     queued_ = 0;
     return;
@@ -574,38 +778,30 @@ void RasterizerGen::Execute() noexcept {
     top = std::min(top, queue_[k].y0), bottom = std::max(bottom, queue_[k].y1);
   }
   const Target target{colour_, anyDepth ? DepthBuffer() : nullptr, width_};
-  const Prepared* queue = queue_;
-  const int count = queued_;
-  // Bands over the rows the queued triangles touch; each band draws all of them in order.
-  ParallelRows(workers_, bottom - top + 1, [&](int band0, int band1) {
-    for (int k = 0; k < count; ++k) {
-      const Prepared& tri = queue[k];
-      const int first = std::max(tri.y0, top + band0), last = std::min(tri.y1, top + band1 - 1);
-      for (int j = first; j <= last; ++j) {
-        int64_t lo = tri.x0, hi = tri.x1;
-        for (int e = 0; e < 3; ++e) {
-          const int64_t c = tri.ej[e] * j + tri.e0[e];
-          if (tri.ei[e] > 0) {
-            lo = std::max(lo, -FloorDiv(c, tri.ei[e]));
-          } else if (tri.ei[e] < 0) {
-            hi = std::min(hi, FloorDiv(c, -tri.ei[e]));
-          } else if (c < 0) {
-            hi = lo - 1;
-          }
-        }
-        if (lo <= hi) tri.span(tri, target, j, int(lo), int(hi));
-      }
-    }
+  const int first = top / rows * rows, runs = (bottom - first) / rows + 1;
+  ParallelRows(workers_, runs, [&](int run0, int run1) {
+    for (int r = run0; r < run1; ++r) run(target, first + r * rows, std::min(first + (r + 1) * rows, height_));
   });
   queued_ = 0;
 }
 
-bool RasterizerGen::Project(float x, float y, float depth, float& column, float& row) const noexcept {
-  if (perspective_ && !(depth >= near_)) return false;
-  const float inverse = perspective_ ? near_ / depth : 1.0f;
-  column = (x * inverse - left_) * float(width_) / (right_ - left_);
-  row = (-y * inverse - top_) * float(height_) / (bottom_ - top_);
-  return std::isfinite(column) && std::isfinite(row);
+void RasterizerGen::Execute() noexcept {
+  if (holding_) return;
+  ForEachRun(kMaxRunRows, [this](const Target& target, int y0, int y1) { DrawRows(target, y0, y1); });
+}
+
+void RasterizerGen::ExecuteInRuns(int rows, const RunHooks& hooks) noexcept {
+  rows = std::max(2, std::min(kMaxRunRows, rows & ~1));
+  ForEachRun(rows, [&](const Target& target, int y0, int y1) {
+    RowCoverage coverage[kMaxRunRows];
+    Coverage(y0, y1, coverage);
+    bool any = false;
+    for (int j = 0; j < y1 - y0; ++j) any |= coverage[j].from <= coverage[j].to;
+    if (!any) return;
+    hooks.before(hooks.context, y0, y1, coverage);
+    DrawRows(target, y0, y1);
+    hooks.after(hooks.context, y0, y1, coverage);
+  });
 }
 
 }  // namespace vek::render

@@ -1,19 +1,26 @@
 // RasterizerGen: turns the rendering context's eye-space triangles into pixels of its colour
 // buffer. Set-up (lighting, clipping, projection, edge and attribute equations) runs on the
-// calling thread; the fills are queued and drawn band by band, each band drawing every queued
-// triangle in order over its own rows, so the bytes do not depend on the number of bands.
+// calling thread; the fills are queued and drawn in runs of rows shared among the workers, each
+// run drawing every queued triangle in order over its own rows, so the bytes do not depend on
+// the number of workers.
 //
 // Conventions:
 // - Eye space as the context hands it over: x right, y up, depth growing away from the viewer;
 //   normals and light positions have their z negated the same way.
 // - The projection box arrives with top and bottom negated, because image rows run downward:
 //   row = (-y * n / depth - top) / (bottom - top) * height in perspective, without n / depth in
-//   orthographic projection; columns likewise from left and right.
+//   orthographic projection; columns likewise from left and right. Triangles are clipped against
+//   the near and far planes, and against the screen when they reach far beyond it.
 // - Pixel (i, j) is sampled at its centre (i + 0.5, j + 0.5). Vertices are snapped to 1/256 pixel
 //   and coverage is decided exactly in integers with the top-left rule, so an edge two triangles
 //   share is drawn exactly once.
 // - Texture coordinate (0, 0) is the first pixel of the texture's first row, (1, 1) the far
-//   corner of its last one.
+//   corner of its last one. Path 0 computes them perspective-correct every 32 pixels of a row and
+//   steps them linearly in between; textures of any size work, powers of two repeat by masking.
+// - Lighting is per vertex: every enabled light adds ambient + diffuse (N.L) + specular (N.H)^16,
+//   each colour channel up to 255. A textured pixel is its texel lit by that colour (AYUV: luma
+//   and chroma scaled towards black by the light's luma); an untextured one the triangle's colour
+//   lit, converted to AYUV on that path. Alpha below 255 in the colour blends the triangle.
 #pragma once
 
 #include <cstddef>
@@ -81,11 +88,32 @@ class RasterizerGen {
   // Queue the triangle last set up with its fill.
   virtual void FillTextured(const TextureRecord* texture, int32_t samplingMode) noexcept;
   virtual void FillUntextured(int32_t path) noexcept;
-  // Draws every queued fill into the colour (and depth) buffer.
+  // Draws every queued fill into the colour (and depth) buffer; while held, keeps them queued.
   virtual void Execute() noexcept;
 
-  // The pixel a point in eye space projects to, in pixels (not snapped); false behind the near plane.
-  bool Project(float x, float y, float depth, float& column, float& row) const noexcept;
+  // What the fills of a run do to one of its rows: the columns they touch, and, as sorted runs of
+  // columns, those they are sure to overwrite (known only when no fill blends or tests depth and
+  // there are at most kMaxSolid such runs; otherwise solidCount is -1).
+  static constexpr int kMaxSolid = 8;
+  struct RowCoverage {
+    int from, to;  // none when from > to
+    int solidCount;
+    int solidFrom[kMaxSolid], solidTo[kMaxSolid];
+  };
+  // Work around the drawing of held fills, run by run of image rows y0..y1-1; rows[k] is row y0 + k.
+  struct RunHooks {
+    void* context;
+    void (*before)(void* context, int y0, int y1, const RowCoverage* rows);
+    void (*after)(void* context, int y0, int y1, const RowCoverage* rows);
+  };
+  static constexpr int kMaxRunRows = 64;
+  // Fills queued while held wait for ExecuteInRuns.
+  void Hold(bool on) noexcept { holding_ = on; }
+  // Draws the queued fills in runs of `rows` image rows (even, at most kMaxRunRows, counted from
+  // row 0), each run between its hooks, so that a run's rows stay in the cache from the first hook
+  // to the second. Runs that no fill touches are skipped; the runs are shared among the workers.
+  void ExecuteInRuns(int rows, const RunHooks& hooks) noexcept;
+
   int Width() const noexcept { return width_; }
   int Height() const noexcept { return height_; }
 
@@ -113,9 +141,9 @@ class RasterizerGen {
     int x0, x1, y0, y1;  // pixel bounds on the screen, inclusive
     float ox, oy;
     Plane q, s, t, r, g, b, z;
-    int32_t light[3];     // red, green, blue 0..256 when the lighting is the same over the triangle
-    uint32_t flatPixel;   // the pixel of an untextured triangle of one colour
-    uint8_t colour[4];    // blue, green, red, alpha
+    int32_t light[3];    // red, green, blue 0..256 when the lighting is the same over the triangle
+    uint32_t flatPixel;  // the pixel of an untextured triangle of one colour
+    uint8_t colour[4];   // blue, green, red, alpha
     bool flat, modulate, depthTest;
     const TextureRecord* texture;
     SpanFn span;
@@ -156,9 +184,18 @@ class RasterizerGen {
   bool pendingFlat_ = true;
   float pendingLight_[3] = {};  // the lit colour of the first corner, 0..255
 
-  static constexpr int kQueueCapacity = 512;
-  Prepared queue_[kQueueCapacity];
+  // The queue grows as fills arrive; without memory for more, a held fill is dropped and an
+  // unheld queue drawn early.
+  bool Grow() noexcept;
+  template <class RunFn>
+  void ForEachRun(int rows, RunFn&& run) noexcept;
+  // What the queued fills cover in each row y0..y1-1, and their drawing in those rows.
+  void Coverage(int y0, int y1, RowCoverage* rows) const noexcept;
+  void DrawRows(const Target& target, int y0, int y1) const noexcept;
+  Prepared* queue_ = nullptr;
   int queued_ = 0;
+  int capacity_ = 0;
+  bool holding_ = false;
 };
 
 }  // namespace vek::render

@@ -15,7 +15,7 @@ enum SglError : int32_t {
   kSglNoError = 31,
   kSglInvalidOperation = 32,  // between Begin and End, no colour buffer, texture id out of range
   kSglInvalidEnum = 33,
-  kSglInvalidValue = 34,      // negative count, size mismatch, allocation failure
+  kSglInvalidValue = 34,  // negative count, size mismatch, allocation failure
 };
 
 // Enumeration values.
@@ -51,8 +51,8 @@ inline constexpr int kSglBatchVertices = 3 * kSglBatchTriangles;
 
 struct SglVertex {
   float object[3];
-  float eye[3];    // filled by Flush; eye[2] is the depth, growing away from the viewer
-  float normal[3]; // z negated on entry
+  float eye[3];     // filled by Flush; eye[2] is the depth, growing away from the viewer
+  float normal[3];  // z negated on entry
   float s, t;
 };
 
@@ -88,8 +88,8 @@ class SGL {
   virtual void Rotate(double angle, double x, double y, double z) noexcept = 0;
   virtual void MultMatrixf(const float* m) noexcept = 0;
   virtual void MultMatrixd(const double* m) noexcept = 0;
-  virtual void LookAt(double eyeX, double eyeY, double eyeZ, double centreX, double centreY, double centreZ,
-                      double upX, double upY, double upZ) noexcept = 0;
+  virtual void LookAt(double eyeX, double eyeY, double eyeZ, double centreX, double centreY, double centreZ, double upX,
+                      double upY, double upZ) noexcept = 0;
   virtual void Color3ub(uint8_t red, uint8_t green, uint8_t blue) noexcept = 0;
   virtual void Color3d(double red, double green, double blue) noexcept = 0;
   virtual void Color3f(float red, float green, float blue) noexcept = 0;

@@ -24,7 +24,9 @@ uint8_t ColourByte(float value) {
   return uint8_t(int32_t(scaled));
 }
 
-double Clamp01(double value) { return value > 1.0 ? 1.0 : value >= 0.0 ? value : 0.0; }
+double Clamp01(double value) {
+  return value > 1.0 ? 1.0 : value >= 0.0 ? value : 0.0;
+}
 
 constexpr float kDepthLimit = 1e6f;
 
@@ -62,12 +64,9 @@ SGLGen::SGLGen(int32_t optionWord) noexcept : SGL(optionWord) {
   InitRasterizer();
 }
 
+// The texture store and the rasterizer go with the members, after the colour buffer.
 SGLGen::~SGLGen() {
   FreeOwnedBuffer();
-  for (TextureRecord*& texture : textureTable_) {
-    textures_.ReleaseTexture(texture);
-    texture = nullptr;
-  }
 }
 
 bool SGLGen::Outside() noexcept {
@@ -105,12 +104,24 @@ void SGLGen::SetRasterPath(int32_t path) noexcept {
 void SGLGen::Enable(int32_t cap) noexcept {
   if (!Outside()) return;
   switch (cap) {
-    case kSglDepthTest: depthTest_ = true, rasterizer_.SetDepthTest(true); return;
-    case kSglCullFace: cullFace_ = true; return;
-    case kSglSampleBilinear: sampleBilinear_ = true; return;
-    case kSglSampleBilinearClamp: sampleClamp_ = true; return;
-    case kSglLighting: rasterizer_.SetLighting(true); return;
-    case kSglTexture2D: texturing_ = true; return;
+    case kSglDepthTest:
+      depthTest_ = true, rasterizer_.SetDepthTest(true);
+      return;
+    case kSglCullFace:
+      cullFace_ = true;
+      return;
+    case kSglSampleBilinear:
+      sampleBilinear_ = true;
+      return;
+    case kSglSampleBilinearClamp:
+      sampleClamp_ = true;
+      return;
+    case kSglLighting:
+      rasterizer_.SetLighting(true);
+      return;
+    case kSglTexture2D:
+      texturing_ = true;
+      return;
     default:
       if (cap >= kSglLight0 && cap < kSglLight0 + kMaxLights) {
         rasterizer_.SetLightEnabled(cap - kSglLight0, true);
@@ -123,12 +134,24 @@ void SGLGen::Enable(int32_t cap) noexcept {
 void SGLGen::Disable(int32_t cap) noexcept {
   if (!Outside()) return;
   switch (cap) {
-    case kSglDepthTest: depthTest_ = false, rasterizer_.SetDepthTest(false); return;
-    case kSglCullFace: cullFace_ = false; return;
-    case kSglSampleBilinear: sampleBilinear_ = false; return;
-    case kSglSampleBilinearClamp: sampleClamp_ = false; return;
-    case kSglLighting: rasterizer_.SetLighting(false); return;
-    case kSglTexture2D: texturing_ = false; return;
+    case kSglDepthTest:
+      depthTest_ = false, rasterizer_.SetDepthTest(false);
+      return;
+    case kSglCullFace:
+      cullFace_ = false;
+      return;
+    case kSglSampleBilinear:
+      sampleBilinear_ = false;
+      return;
+    case kSglSampleBilinearClamp:
+      sampleClamp_ = false;
+      return;
+    case kSglLighting:
+      rasterizer_.SetLighting(false);
+      return;
+    case kSglTexture2D:
+      texturing_ = false;
+      return;
     default:
       if (cap >= kSglLight0 && cap < kSglLight0 + kMaxLights) {
         rasterizer_.SetLightEnabled(cap - kSglLight0, false);
@@ -312,8 +335,8 @@ void SGLGen::MultMatrixd(const double* m) noexcept {
   MultMatrixf(values);
 }
 
-void SGLGen::LookAt(double eyeX, double eyeY, double eyeZ, double centreX, double centreY, double centreZ,
-                    double upX, double upY, double upZ) noexcept {
+void SGLGen::LookAt(double eyeX, double eyeY, double eyeZ, double centreX, double centreY, double centreZ, double upX,
+                    double upY, double upZ) noexcept {
   if (!Outside() || matrixMode_ != kSglModelView) return;
   float forwardValues[3] = {float(centreX - eyeX), float(centreY - eyeY), float(centreZ - eyeZ)};
   float upValues[3] = {float(upX), float(upY), float(upZ)};
@@ -336,10 +359,22 @@ void SGLGen::LookAt(double eyeX, double eyeY, double eyeZ, double centreX, doubl
   float side[3], trueUp[3];
   cross(forwardValues, upValues, side);
   cross(side, forwardValues, trueUp);
-  const float m[16] = {side[0],           side[1],           side[2],           0,  //
-                       trueUp[0],         trueUp[1],         trueUp[2],         0,  //
-                       -forwardValues[0], -forwardValues[1], -forwardValues[2], 0,  //
-                       0,                 0,                 0,                 1};
+  const float m[16] = {side[0],
+                       side[1],
+                       side[2],
+                       0,  //
+                       trueUp[0],
+                       trueUp[1],
+                       trueUp[2],
+                       0,  //
+                       -forwardValues[0],
+                       -forwardValues[1],
+                       -forwardValues[2],
+                       0,  //
+                       0,
+                       0,
+                       0,
+                       1};
   Multiply(m);
   Translate(-eyeX, -eyeY, -eyeZ);
 }
@@ -348,7 +383,9 @@ void SGLGen::SetColour(uint8_t red, uint8_t green, uint8_t blue, uint8_t alpha) 
   colour_ = uint32_t(alpha) << 24 | uint32_t(red) << 16 | uint32_t(green) << 8 | blue;
 }
 
-void SGLGen::Color3ub(uint8_t red, uint8_t green, uint8_t blue) noexcept { SetColour(red, green, blue, 255); }
+void SGLGen::Color3ub(uint8_t red, uint8_t green, uint8_t blue) noexcept {
+  SetColour(red, green, blue, 255);
+}
 void SGLGen::Color3d(double red, double green, double blue) noexcept {
   SetColour(ColourByte(red), ColourByte(green), ColourByte(blue), 255);
 }
@@ -498,7 +535,9 @@ void SGLGen::SetColorBuffer(uint32_t* pixels) noexcept {
   InitRasterizer();
 }
 
-void SGLGen::SetRasterizerMode(int32_t value) noexcept { rasterizer_.SetMode(value); }
+void SGLGen::SetRasterizerMode(int32_t value) noexcept {
+  rasterizer_.SetMode(value);
+}
 
 void SGLGen::Flush() noexcept {
   const float* m = modelView_;

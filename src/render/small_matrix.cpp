@@ -36,7 +36,9 @@ namespace {
 
 // The pool for the shapes of up to 16 elements: each slot takes its element count rounded up to
 // four floats, so every temporary starts on a 16-byte boundary.
-constexpr int PoolFloats(int rows, int columns) { return (rows * columns + 3) / 4 * 4; }
+constexpr int PoolFloats(int rows, int columns) {
+  return (rows * columns + 3) / 4 * 4;
+}
 constexpr int kPoolFloats =
     kRingSlots * (PoolFloats(1, 1) + 2 * PoolFloats(1, 3) + 2 * PoolFloats(1, 4) + 2 * PoolFloats(1, 5) +
                   2 * PoolFloats(1, 6) + PoolFloats(3, 3) + 2 * PoolFloats(3, 5) + PoolFloats(4, 4));
@@ -49,9 +51,11 @@ float* PoolBase() {
 }
 
 // Constant-initialised, so that no ring is initialised after the carving below.
-template <int R, int C> constinit TempRing<R, C> gRing{};
+template <int R, int C>
+constinit TempRing<R, C> gRing{};
 
-template <int R, int C> void CarveRing() {
+template <int R, int C>
+void CarveRing() {
   TempRing<R, C>& ring = gRing<R, C>;
   for (auto& slot : ring.slots) {
     if constexpr (PoolShape(R, C)) {
@@ -93,12 +97,15 @@ template <int R, int C> void CarveRing() {
 
 // Shape classes of the run-time dispatch: sizes 1, 3, 4, 5, 6 are classes 0, 2, 3, 4, 5.
 constexpr int kClasses = 7;
-int ShapeClass(int size) { return size == 1 || (size >= 3 && size <= 6) ? size - 1 : -1; }
+int ShapeClass(int size) {
+  return size == 1 || (size >= 3 && size <= 6) ? size - 1 : -1;
+}
 
 // A kernel of a fixed result shape; the inner size comes from the operands.
 using DynamicKernel = const float* (*)(const MatrixRecord& a, const MatrixRecord& b);
 
-template <int R, int C> const float* DynamicProduct(const MatrixRecord& a, const MatrixRecord& b) {
+template <int R, int C>
+const float* DynamicProduct(const MatrixRecord& a, const MatrixRecord& b) {
   auto& result = gRing<R, C>.Take();
   const int k = a.columns;
   float out[R * C];
@@ -121,7 +128,8 @@ const float* NoKernel(const MatrixRecord& a, const MatrixRecord& b) {
   return nullptr;
 }
 
-template <int R, int C> constexpr void Enter(DynamicKernel (&table)[kClasses * kClasses]) {
+template <int R, int C>
+constexpr void Enter(DynamicKernel (&table)[kClasses * kClasses]) {
   table[(R - 1) * kClasses + (C - 1)] = &DynamicProduct<R, C>;
 }
 
@@ -159,7 +167,10 @@ void PrintFixed(const float* elements, int rows, const char* header, const char*
 
 }  // namespace
 
-template <int R, int C> TempRing<R, C>& RingFor() noexcept { return gRing<R, C>; }
+template <int R, int C>
+TempRing<R, C>& RingFor() noexcept {
+  return gRing<R, C>;
+}
 template TempRing<1, 1>& RingFor<1, 1>() noexcept;
 template TempRing<1, 3>& RingFor<1, 3>() noexcept;
 template TempRing<3, 1>& RingFor<3, 1>() noexcept;
@@ -191,7 +202,9 @@ Temp<4, 4>& Difference(const float* a, const float* b) noexcept {
   return result;
 }
 
-float InvSqrt(float x) noexcept { return float(1.0 / std::sqrt(double(x))); }
+float InvSqrt(float x) noexcept {
+  return float(1.0 / std::sqrt(double(x)));
+}
 
 bool MultiplyDynamic(const MatrixRecord& a, const MatrixRecord& b, MatrixRecord& result) noexcept {
   if (a.columns != b.rows || !a.data || !b.data) return NoKernel(a, b) != nullptr;

@@ -3,8 +3,8 @@
 // allocates; a result stays valid until eight more temporaries of its shape have been taken.
 #pragma once
 
-#include <cstddef>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
@@ -31,7 +31,8 @@ void ReleaseStorage(MatrixRecord& record) noexcept;
 
 // A matrix whose shape is part of its type. Default-constructed it is empty (no storage, 0 x 0);
 // Allocate() gives it storage of its own, Borrow() a view of someone else's.
-template <int R, int C> class SmallMatrix : public MatrixRecord {
+template <int R, int C>
+class SmallMatrix : public MatrixRecord {
  public:
   static constexpr int kRows = R;
   static constexpr int kColumns = C;
@@ -57,7 +58,8 @@ template <int R, int C> class SmallMatrix : public MatrixRecord {
   float operator()(int r, int c) const noexcept { return data[r * C + c]; }
 
   // Copies the elements of any matrix of this shape (a temporary, typically) into this one.
-  template <class M> SmallMatrix& operator=(const M& other) noexcept {
+  template <class M>
+  SmallMatrix& operator=(const M& other) noexcept {
     static_assert(M::kRows == R && M::kColumns == C, "shapes differ");
     const float* source = other.Data();
     if (data != source) {
@@ -76,7 +78,8 @@ struct TempSlot {
 };
 
 // A slot seen with its shape.
-template <int R, int C> struct Temp : TempSlot {
+template <int R, int C>
+struct Temp : TempSlot {
   static constexpr int kRows = R;
   static constexpr int kColumns = C;
   float* Data() noexcept { return data; }
@@ -103,15 +106,18 @@ inline constexpr int kRingCount = 18;
 inline constexpr int kRingSlots = 8;
 
 // Anything with a fixed shape and its elements: matrices, temporaries.
-template <class M> concept Shaped = requires(const M& m) {
+template <class M>
+concept Shaped = requires(const M& m) {
   M::kRows;
   M::kColumns;
   { m.Data() } -> std::convertible_to<const float*>;
 };
 
-template <int R, int C> using Result = std::conditional_t<PoolShape(R, C), Temp<R, C>, SmallMatrix<R, C>>;
+template <int R, int C>
+using Result = std::conditional_t<PoolShape(R, C), Temp<R, C>, SmallMatrix<R, C>>;
 
-template <int R, int C> struct TempRing {
+template <int R, int C>
+struct TempRing {
   Result<R, C> slots[kRingSlots];
   int cursor;  // the slot last taken
   // The cursor starts one before slot 0, so the first temporary is slot 0 and the ninth slot 0 again.
@@ -122,7 +128,8 @@ template <int R, int C> struct TempRing {
 };
 
 // The process-wide ring of a shape. Rings have no lock: expressions are evaluated on one thread.
-template <int R, int C> TempRing<R, C>& RingFor() noexcept;
+template <int R, int C>
+TempRing<R, C>& RingFor() noexcept;
 
 namespace detail {
 // Kept on purpose: each factor enters a product as (0 * x + x), so that an infinite or NaN factor
@@ -135,7 +142,8 @@ inline float Factor(float x) noexcept {
 }  // namespace detail
 
 // (R x K) times (K x C), unrolled by the compiler for the fixed sizes.
-template <Shaped A, Shaped B> auto& operator*(const A& a, const B& b) noexcept {
+template <Shaped A, Shaped B>
+auto& operator*(const A& a, const B& b) noexcept {
   static_assert(A::kColumns == B::kRows, "inner sizes differ");
   constexpr int R = A::kRows, K = A::kColumns, C = B::kColumns;
   static_assert(HasRing(R, C), "no temporaries ring for this result shape");
@@ -155,7 +163,8 @@ template <Shaped A, Shaped B> auto& operator*(const A& a, const B& b) noexcept {
 }
 
 // An n-column times an n-row: element (i, j) = a[i] * b[j].
-template <Shaped A, Shaped B> auto& Outer(const A& column, const B& row) noexcept {
+template <Shaped A, Shaped B>
+auto& Outer(const A& column, const B& row) noexcept {
   static_assert(A::kColumns == 1 && B::kRows == 1 && A::kRows == B::kColumns, "needs an n-column and an n-row");
   constexpr int N = A::kRows;
   static_assert(HasRing(N, N), "no temporaries ring for this result shape");
@@ -171,13 +180,15 @@ template <Shaped A, Shaped B> auto& Outer(const A& column, const B& row) noexcep
 // The element-wise difference of two 4 x 4 matrices. When the result slot overlaps an operand the
 // elements are computed one by one in index order, each reading what the previous ones left.
 Temp<4, 4>& Difference(const float* a, const float* b) noexcept;
-template <Shaped A, Shaped B> Temp<4, 4>& operator-(const A& a, const B& b) noexcept {
+template <Shaped A, Shaped B>
+Temp<4, 4>& operator-(const A& a, const B& b) noexcept {
   static_assert(A::kRows == 4 && A::kColumns == 4 && B::kRows == 4 && B::kColumns == 4, "4 x 4 only");
   return Difference(a.Data(), b.Data());
 }
 
 // Sets every element of the matrix itself and returns it.
-template <Shaped M> M& Fill(M& matrix, float value) noexcept {
+template <Shaped M>
+M& Fill(M& matrix, float value) noexcept {
   for (int i = 0; i < M::kRows * M::kColumns; ++i) matrix.Data()[i] = value;
   return matrix;
 }

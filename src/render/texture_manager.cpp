@@ -9,8 +9,7 @@ namespace {
 constexpr struct {
   int32_t size;
   uint32_t shift;
-} kPowers[] = {{1024, 10}, {512, 9}, {256, 8}, {128, 7}, {64, 6}, {32, 5},
-               {16, 4},    {8, 3},   {4, 2},   {2, 1},   {1, 0}};
+} kPowers[] = {{1024, 10}, {512, 9}, {256, 8}, {128, 7}, {64, 6}, {32, 5}, {16, 4}, {8, 3}, {4, 2}, {2, 1}, {1, 0}};
 
 uint32_t Log2(int32_t size) {
   for (const auto& power : kPowers) {

@@ -8,12 +8,10 @@ namespace vek::render {
 namespace {
 
 // Minimax polynomials of sin and cos on [-pi/4, pi/4] (the classic fdlibm coefficients).
-constexpr double kS1 = -1.66666666666666324348e-01, kS2 = 8.33333333332248946124e-03,
-                 kS3 = -1.98412698298579493134e-04, kS4 = 2.75573137070700676789e-06,
-                 kS5 = -2.50507602534068634195e-08, kS6 = 1.58969099521155010221e-10;
-constexpr double kC1 = 4.16666666666666019037e-02, kC2 = -1.38888888888741095749e-03,
-                 kC3 = 2.48015872894767294178e-05, kC4 = -2.75573143513906633035e-07,
-                 kC5 = 2.08757232129817482790e-09, kC6 = -1.13596475577881948265e-11;
+constexpr double kS1 = -1.66666666666666324348e-01, kS2 = 8.33333333332248946124e-03, kS3 = -1.98412698298579493134e-04,
+                 kS4 = 2.75573137070700676789e-06, kS5 = -2.50507602534068634195e-08, kS6 = 1.58969099521155010221e-10;
+constexpr double kC1 = 4.16666666666666019037e-02, kC2 = -1.38888888888741095749e-03, kC3 = 2.48015872894767294178e-05,
+                 kC4 = -2.75573143513906633035e-07, kC5 = 2.08757232129817482790e-09, kC6 = -1.13596475577881948265e-11;
 
 // pi / 2 in three parts of 33 bits each, with the tails, for a reduction without cancellation.
 constexpr double kInvPio2 = 6.36619772367581382433e-01;
@@ -71,10 +69,18 @@ double Sin(double x) noexcept {
   } else {
     double y0, y1;
     switch (Reduce(ax, y0, y1)) {
-      case 0: result = KernelSin(y0, y1); break;
-      case 1: result = KernelCos(y0, y1); break;
-      case 2: result = -KernelSin(y0, y1); break;
-      default: result = -KernelCos(y0, y1); break;
+      case 0:
+        result = KernelSin(y0, y1);
+        break;
+      case 1:
+        result = KernelCos(y0, y1);
+        break;
+      case 2:
+        result = -KernelSin(y0, y1);
+        break;
+      default:
+        result = -KernelCos(y0, y1);
+        break;
     }
   }
   return x < 0 ? -result : result;
@@ -86,10 +92,14 @@ double Cos(double x) noexcept {
   if (ax <= 0.7853981633974483) return KernelCos(ax, 0.0);
   double y0, y1;
   switch (Reduce(ax, y0, y1)) {
-    case 0: return KernelCos(y0, y1);
-    case 1: return -KernelSin(y0, y1);
-    case 2: return -KernelCos(y0, y1);
-    default: return KernelSin(y0, y1);
+    case 0:
+      return KernelCos(y0, y1);
+    case 1:
+      return -KernelSin(y0, y1);
+    case 2:
+      return -KernelCos(y0, y1);
+    default:
+      return KernelSin(y0, y1);
   }
 }
 

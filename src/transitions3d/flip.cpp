@@ -1,9 +1,11 @@
 // DSP_TR_3DFlip, DSP_TR_3DFlipTwo: the picture turns over like a card. A is printed on the front
 // of a thin grey slab and B on its back; the slab makes a half turn while it moves away and back.
+#include <algorithm>
 #include <cstring>
 #include <new>
 
 #include "image/image.h"
+#include "image/rows.h"
 #include "render/mesh_scene.h"
 #include "render/trig.h"
 #include "transitions/transition.h"
@@ -35,7 +37,9 @@ constexpr float kThickness = 0.5f;
 constexpr float kUpright[8] = {0, 0, 1, 0, 0, 1, 1, 1};
 constexpr float kRotatedHalf[8] = {1, 1, 0, 1, 1, 0, 0, 0};
 
-FlipState* StateOf(VekEffectInstance* instance) { return static_cast<FlipState*>(instance->privateBlock); }
+FlipState* StateOf(VekEffectInstance* instance) {
+  return static_cast<FlipState*>(instance->privateBlock);
+}
 
 VekStatus InitFlip(VekEffectInstance* instance, const VekParamDescriptor* rows, uint32_t count) {
   // A host's private block may hold anything; from here on the scene pointer is null or ours.
@@ -92,7 +96,8 @@ bool BuildSlab(const FlipState& state, MeshScene& scene, int width, int height) 
 using Motion = void (*)(MeshScene& scene, float progress, float thickness, float offset);
 
 // DSP_TR_3DFlip: pulled back 4 sin(pi p) while it turns half over, shifted sideways by the offset.
-template <int Sign, int AxisX, int AxisY> void FlipMotion(MeshScene& scene, float p, float t, float offset) {
+template <int Sign, int AxisX, int AxisY>
+void FlipMotion(MeshScene& scene, float p, float t, float offset) {
   const double pulled = -double(t) / 2 - 4.0 * render::Sin(kPi * double(p));
   scene.Translate(kSlab, offset, 0.0f, float(pulled));
   scene.Rotate(kSlab, float(Sign * kPi * double(p)), float(AxisX), float(AxisY), 0.0f);
@@ -134,7 +139,9 @@ constexpr Variant kFlipTwoVariants[] = {{&FullFlip, kUpright}, {&Handspring, kRo
 // Offset modes 1 and 2 shift the slab by minus or plus the amount, faded in over the first and out
 // over the last tenth of the progress.
 float LateralOffset(const VekEffectInstance& instance, float p) {
-  float offset = instance.offsetMode == 1 ? -instance.offsetAmount : instance.offsetMode == 2 ? instance.offsetAmount : 0;
+  float offset = instance.offsetMode == 1   ? -instance.offsetAmount
+                 : instance.offsetMode == 2 ? instance.offsetAmount
+                                            : 0;
   if (offset != 0.0f) {
     if (p < 0.1f) offset = offset * p / 0.1f;
     if (p > 0.9f) offset = offset * (1.0f - p) / 0.1f;
@@ -148,9 +155,9 @@ void RenderFlip(const VekEffectInstance& instance, FlipState& state, const Trans
   MeshScene* scene = state.scene;
   if (!scene) return;
   const int w = frame.width, h = frame.height;
-  // A frame of another size than the slab was built for would make the scene read and write past
-  // the frames: the slab is built again for it.
-  if (state.built && scene->Width() != 0 && (scene->Width() != w || scene->Height() != h)) {
+  // A frame of another size than the scene was sized for would make it read and write past the
+  // frames, and an unsized scene cannot draw: the slab is built again, and the sizing retried.
+  if (state.built && (scene->Width() != w || scene->Height() != h)) {
     scene->ReleaseContent();
     state.built = 0;
   }
@@ -159,7 +166,7 @@ void RenderFlip(const VekEffectInstance& instance, FlipState& state, const Trans
     if (!BuildSlab(state, *scene, w, h)) return;
     state.built = 1;
     // Kept on purpose: DSP_TR_3DFlipTwo sizes the scene only now, and a frame whose sizing fails
-    // stays unrendered although the slab counts as built.
+    // stays unrendered although the slab counts as built (the next frame builds and sizes again).
     if (sizeAfterBuilding && !scene->Size(w, h, true)) return;
   }
   scene->MapImage(kSlab, render::kFaceBack, variant.backCorners);
@@ -175,15 +182,14 @@ void RenderFlip(const VekEffectInstance& instance, FlipState& state, const Trans
     std::memcpy(frame.output, frame.sourceB, bytes);
     return;
   }
-  if (instance.colourLayout == VEK_LAYOUT_LUMA_CHROMA) {
-    scene->SetPixelFormat(1);
-    VEKImageUtility::CImageAYUV background;
-    background.Attach(frame.output, w, h);
-    background.FillColour({0, 0, 0, 0});
-  } else {
-    scene->SetPixelFormat(0);
-    std::memset(frame.output, 0, bytes);
-  }
+  // The background: AYUV black (16, 128, 128), or zero bytes.
+  const bool lumaChroma = instance.colourLayout == VEK_LAYOUT_LUMA_CHROMA;
+  scene->SetPixelFormat(lumaChroma ? 1 : 0);
+  const uint32_t background = lumaChroma ? VEKImageUtility::CImageAYUV().Pixel({0, 0, 0, 0}) : 0;
+  ParallelRows(instance.workerCount, h, [&](int y0, int y1) {
+    auto* row = reinterpret_cast<uint32_t*>(frame.OutputRow(y0));
+    std::fill(row, row + std::size_t(y1 - y0) * std::size_t(w), background);
+  });
   scene->SetWorkers(instance.workerCount);
   scene->ResetTransform(kSlab);
   const float p = frame.progress;
@@ -205,21 +211,29 @@ VekStatus ProcessFlip(VekEffectInstance* instance, const Variant (&variants)[N],
 
 }  // namespace
 
-constinit decltype(TR_3DFlip::kParams) TR_3DFlip::kParams = Rows(
-    ProgressRow<0.3f>(),
-    TransitionChoiceRow<"IDS_Tr_Param_Direction_Name;Up;Down;Left;Right">("IDS_Tr_Param_Direction_Desc"));
+constinit decltype(TR_3DFlip::kParams) TR_3DFlip::kParams =
+    Rows(ProgressRow<0.3f>(),
+         TransitionChoiceRow<"IDS_Tr_Param_Direction_Name;Up;Down;Left;Right">("IDS_Tr_Param_Direction_Desc"));
 
-constinit decltype(TR_3DFlipTwo::kParams) TR_3DFlipTwo::kParams = Rows(
-    ProgressRow<0.3f>(),
-    TransitionChoiceRow<"IDS_Tr_Param_Type_Name;FullFlip;Handspring;HeadTail">("IDS_Tr_Param_Type_Desc"));
+constinit decltype(TR_3DFlipTwo::kParams) TR_3DFlipTwo::kParams =
+    Rows(ProgressRow<0.3f>(),
+         TransitionChoiceRow<"IDS_Tr_Param_Type_Name;FullFlip;Handspring;HeadTail">("IDS_Tr_Param_Type_Desc"));
 
-VekStatus TR_3DFlip::Init(VekEffectInstance* instance) noexcept { return InitFlip(instance, kParams.data(), kParamCount); }
-VekStatus TR_3DFlip::Destroy(VekEffectInstance* instance) noexcept { return ReleaseFlip(instance); }
+VekStatus TR_3DFlip::Init(VekEffectInstance* instance) noexcept {
+  return InitFlip(instance, kParams.data(), kParamCount);
+}
+VekStatus TR_3DFlip::Destroy(VekEffectInstance* instance) noexcept {
+  return ReleaseFlip(instance);
+}
 VekStatus TR_3DFlip::SetInput(int32_t index, VekInputSample* sample) noexcept {
   return TwoInputs::Store(index, sample, kPrivateBytes);
 }
-VekStatus TR_3DFlip::Prepare(VekEffectInstance* instance) noexcept { return PrepareFlip(instance); }
-VekStatus TR_3DFlip::ReleaseResources(VekEffectInstance* instance) noexcept { return ReleaseFlip(instance); }
+VekStatus TR_3DFlip::Prepare(VekEffectInstance* instance) noexcept {
+  return PrepareFlip(instance);
+}
+VekStatus TR_3DFlip::ReleaseResources(VekEffectInstance* instance) noexcept {
+  return ReleaseFlip(instance);
+}
 VekStatus TR_3DFlip::Process(VekEffectInstance* instance) noexcept {
   return ProcessFlip<TR_3DFlip>(instance, kFlipVariants, false);
 }
@@ -227,12 +241,18 @@ VekStatus TR_3DFlip::Process(VekEffectInstance* instance) noexcept {
 VekStatus TR_3DFlipTwo::Init(VekEffectInstance* instance) noexcept {
   return InitFlip(instance, kParams.data(), kParamCount);
 }
-VekStatus TR_3DFlipTwo::Destroy(VekEffectInstance* instance) noexcept { return ReleaseFlip(instance); }
+VekStatus TR_3DFlipTwo::Destroy(VekEffectInstance* instance) noexcept {
+  return ReleaseFlip(instance);
+}
 VekStatus TR_3DFlipTwo::SetInput(int32_t index, VekInputSample* sample) noexcept {
   return TwoInputs::Store(index, sample, kPrivateBytes);
 }
-VekStatus TR_3DFlipTwo::Prepare(VekEffectInstance* instance) noexcept { return PrepareFlip(instance); }
-VekStatus TR_3DFlipTwo::ReleaseResources(VekEffectInstance* instance) noexcept { return ReleaseFlip(instance); }
+VekStatus TR_3DFlipTwo::Prepare(VekEffectInstance* instance) noexcept {
+  return PrepareFlip(instance);
+}
+VekStatus TR_3DFlipTwo::ReleaseResources(VekEffectInstance* instance) noexcept {
+  return ReleaseFlip(instance);
+}
 VekStatus TR_3DFlipTwo::Process(VekEffectInstance* instance) noexcept {
   return ProcessFlip<TR_3DFlipTwo>(instance, kFlipTwoVariants, true);
 }
