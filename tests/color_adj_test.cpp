@@ -156,7 +156,9 @@ TEST(ColorAdj, ToneMapKeepsHueByTheRuleInBothVariants) {
     const Frame mapped = AdjustRaw(ramp, settings, brightness);
     std::vector<int> map(256);
     for (int g = 0; g < 256; ++g) map[g] = mapped.Row(0)[4 * g];
-    if (*brightness > 100) ASSERT_FALSE(std::is_sorted(map.begin(), map.end())) << "the map must fall somewhere";
+    if (*brightness > 100) {
+      ASSERT_FALSE(std::is_sorted(map.begin(), map.end())) << "the map must fall somewhere";
+    }
     Frame source = Frame::Random(61, 9, 21);
     for (int x = 0; x < 61; x += 3) {  // equal bytes: three, then two in each position
       std::fill_n(source.Pixel(x, 0) + 1, 2, source.Pixel(x, 0)[0]);
