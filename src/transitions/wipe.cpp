@@ -505,7 +505,7 @@ struct Iris {
   int ringWidth;
   const uint32_t* profile;
 
-  // One row of `width` pixels; `weights` holds at least `width` bytes.
+  // One row of `width` pixels; `weights` holds at least 2 * `width` bytes.
   void Row(const uint8_t* a, const uint8_t* b, uint8_t* out, int width, int y, uint8_t* weights) const {
     const int64_t dy = y - cy, dy2 = dy * dy;
     if (dy2 > rho * rho) return CopyPixels(a, 0, out, 0, width);
@@ -515,31 +515,34 @@ struct Iris {
     const int64_t inner = innerRadius >= 0 && dy2 <= innerRadius * innerRadius
                               ? FloorSqrt(innerRadius * innerRadius - dy2)
                               : -1;
-    // The ring's weights by column distance k from cx, the same on both sides; the rounded-up
-    // distance only grows with k, so it is stepped rather than recomputed.
-    const int64_t farthest = std::min<int64_t>(outer, std::max(cx, width - 1 - cx));
-    int64_t square = (inner + 1) * (inner + 1) + dy2;  // k^2 + dy^2, kept up to date as k grows
+    // The ring's weights by column distance k from cx, k = inner + 1 on, the same on both sides.
+    // The rounded-up distance d grows by 0 or 1 from one k to the next (the distance itself grows
+    // by less than 1), so it is stepped rather than recomputed.
+    const int64_t first = inner + 1, farthest = std::min<int64_t>(outer, std::max(cx, width - 1 - cx));
+    uint8_t* ring = weights;
+    int64_t square = first * first + dy2;  // k^2 + dy^2, kept up to date as k grows
     int64_t d = CeilSqrt(square), dSquare = d * d;
-    for (int64_t k = inner + 1; k <= farthest; square += 2 * k + 1, ++k) {
-      while (dSquare < square) dSquare += 2 * d + 1, ++d;
-      const uint8_t weight = uint8_t(profile[std::min<int64_t>(rho - d, ringWidth - 1)]);
-      if (cx + k < width) weights[cx + k] = weight;
-      if (cx - k >= 0) weights[cx - k] = weight;
+    for (int64_t k = first; k <= farthest; square += 2 * k + 1, ++k) {
+      if (dSquare < square) dSquare += 2 * d + 1, ++d;
+      ring[k - first] = uint8_t(profile[std::min<int64_t>(rho - d, ringWidth - 1)]);
     }
     // Columns: A | ring | B | ring | A, each clipped to the row.
     const auto clip = [width](int64_t x) { return int(std::clamp<int64_t>(x, 0, width)); };
     const int x0 = clip(cx - outer), x3 = clip(cx + outer + 1);
     const int x1 = inner >= 0 ? clip(cx - inner) : clip(cx), x2 = inner >= 0 ? clip(cx + inner + 1) : clip(cx);
+    uint8_t* left = weights + width;  // the left ring's weights in column order
+    for (int x = x0; x < x1; ++x) left[x - x0] = ring[cx - x - first];
     CopyPixels(a, 0, out, 0, x0);
-    BlendRun(a, b, out, weights, x0, x1);
+    BlendRun(a, b, out, left, x0, x1);
     CopyPixels(b, x1, out, x1, x2 - x1);
-    BlendRun(a, b, out, weights, x2, x3);
+    BlendRun(a, b, out, ring + (x2 - (cx + first)), x2, x3);
     CopyPixels(a, x3, out, x3, width - x3);
   }
 
+  // Columns [from, to), column from + i blended by weights[i].
   static void BlendRun(const uint8_t* a, const uint8_t* b, uint8_t* out, const uint8_t* weights, int from, int to) {
     if (to > from) {
-      WeightedRowSse2(a + std::size_t(from) * 4, b + std::size_t(from) * 4, weights + from, out + std::size_t(from) * 4,
+      WeightedRowSse2(a + std::size_t(from) * 4, b + std::size_t(from) * 4, weights, out + std::size_t(from) * 4,
                       to - from);
     }
   }
@@ -608,9 +611,10 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
 
   const bool resampled = displayWidth != frame.width;
   // Scratch: the column maps to and from the display width (when it differs), then one row of ring
-  // weights. All of it, and the display-width images, are had before anything is written.
+  // weights for each side. All of it, and the display-width images, are had before anything is
+  // written.
   const std::size_t mapInts = resampled ? std::size_t(displayWidth) + std::size_t(frame.width) : 0;
-  auto* scratch = static_cast<int*>(std::malloc(mapInts * sizeof(int) + std::size_t(displayWidth) + 1));
+  auto* scratch = static_cast<int*>(std::malloc(mapInts * sizeof(int) + 2 * std::size_t(displayWidth) + 1));
   if (!scratch) return VEK_E_OUTOFMEMORY;
   uint8_t* weights = reinterpret_cast<uint8_t*>(scratch + mapInts);
   // The display's aspect differs from the frame's: the circle is drawn on display-width copies of
