@@ -32,12 +32,12 @@ NumberedName NameForFrame(std::string_view pattern, int index) {
     }
     std::size_t end = i + 1;
     while (end < pattern.size() && pattern[end] >= '0' && pattern[end] <= '9') ++end;
-    const std::string_view spec = pattern.substr(i + 1, end - i - 1);
-    if (end < pattern.size() && pattern[end] == '%' && spec.empty()) {
+    const std::string_view flags = pattern.substr(i + 1, end - i - 1);
+    if (end < pattern.size() && pattern[end] == '%' && flags.empty()) {
       result.name += '%';
-    } else if (end < pattern.size() && pattern[end] == 'd' && (spec.empty() || (spec[0] == '0' && spec.size() <= 2))) {
+    } else if (end < pattern.size() && pattern[end] == 'd' && (flags.empty() || (flags[0] == '0' && flags.size() <= 2))) {
       const std::string number = std::to_string(index);
-      const std::size_t width = spec.empty() ? 0 : std::size_t(std::stoi(std::string(spec)));
+      const std::size_t width = flags.empty() ? 0 : std::size_t(std::stoi(std::string(flags)));
       result.name += std::string(width > number.size() ? width - number.size() : 0, '0') + number;
       ++result.places;
     } else {

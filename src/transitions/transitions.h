@@ -69,7 +69,7 @@ DECLARE_PENDING_EFFECT(TR_BlizzardS, TwoInputs, 56, 1)
 DECLARE_PENDING_EFFECT(TR_GranulateS, TwoInputs, 56, 1)
 DECLARE_PENDING_EFFECT(TR_BrokenGlass, TwoInputs, 32, 1)
 
-// specials.cpp
+// light_film.cpp
 DECLARE_PENDING_EFFECT(TR_Glare, TwoInputs, 40, 1)
 DECLARE_PENDING_EFFECT(TR_Interfere, TwoInputs, 440, 1)
 DECLARE_PENDING_EFFECT(TR_Laser, TwoInputs, 48, 1)
