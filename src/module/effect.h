@@ -28,6 +28,13 @@
     static VekStatus ReleaseResources(VekEffectInstance* instance) noexcept;  \
   };
 
+// An effect that holds nothing beyond its private block's head: it writes only Process.
+#define DECLARE_STATELESS_EFFECT(Type, Inputs, privateBytes, paramCount) \
+  struct Type : vek::StatelessCallbacks<Type, vek::Inputs> {             \
+    VEK_EFFECT_MEMBERS(privateBytes, paramCount)                         \
+    static VekStatus Process(VekEffectInstance* instance) noexcept;      \
+  };
+
 // An effect listed in the catalogue whose rendering is not written yet: it takes part in the whole
 // callback contract, and its Process says VEK_E_NOTIMPL instead of pretending to render.
 #define DECLARE_PENDING_EFFECT(Type, Inputs, privateBytes, paramCount) \
@@ -37,8 +44,9 @@
 
 namespace vek {
 
-// Each instantiation is a distinct function, so no two catalogue rows share a callback.
-template <class Effect, class Inputs> struct PendingEffect {
+// Init with the defaults, SetInput for `Inputs`, and Prepare and ReleaseResources with nothing to
+// hold. Each instantiation is a distinct function, so no two catalogue rows share a callback.
+template <class Effect, class Inputs> struct StatelessCallbacks {
   static VekStatus Init(VekEffectInstance* instance) noexcept {
     return InitWithDefaults(instance, Effect::kParams.data(), Effect::kParamCount);
   }
@@ -46,12 +54,15 @@ template <class Effect, class Inputs> struct PendingEffect {
   static VekStatus SetInput(int32_t index, VekInputSample* sample) noexcept {
     return Inputs::Store(index, sample, Effect::kPrivateBytes);
   }
-  static VekStatus Process(VekEffectInstance* instance) noexcept {
-    return ProcessNotImplemented<Inputs>(instance, Effect::kPrivateBytes);
-  }
   static VekStatus Prepare(VekEffectInstance* instance) noexcept { return instance ? VEK_S_OK : VEK_E_FAIL; }
   static VekStatus ReleaseResources(VekEffectInstance* instance) noexcept {
     return instance ? VEK_S_OK : VEK_E_FAIL;
+  }
+};
+
+template <class Effect, class Inputs> struct PendingEffect : StatelessCallbacks<Effect, Inputs> {
+  static VekStatus Process(VekEffectInstance* instance) noexcept {
+    return ProcessNotImplemented<Inputs>(instance, Effect::kPrivateBytes);
   }
 };
 

@@ -24,8 +24,6 @@ constinit decltype(TR_Door::kParams) TR_Door::kParams = Rows(
 
 namespace {
 
-VekStatus CheckInstance(VekEffectInstance* instance) { return instance ? VEK_S_OK : VEK_E_FAIL; }
-
 int Travel(const TransitionFrame& frame, int direction) {
   return direction == kPushUp || direction == kPushDown ? frame.height : frame.width;
 }
@@ -52,16 +50,6 @@ constexpr uint8_t kNoBlack[4] = {0, 0, 0, 0};
 
 // ---- Slide: B moves in over a still A, eased by the cube of progress.
 
-VekStatus TR_Slide::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Slide::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Slide::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Slide::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_Slide::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-
 VekStatus TR_Slide::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
   int32_t direction;
@@ -85,16 +73,6 @@ VekStatus TR_Slide::Process(VekEffectInstance* instance) noexcept {
 
 // ---- Shove: B pushes A out, linearly.
 
-VekStatus TR_Shove::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Shove::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Shove::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Shove::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_Shove::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-
 VekStatus TR_Shove::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
   int32_t direction;
@@ -106,16 +84,6 @@ VekStatus TR_Shove::Process(VekEffectInstance* instance) noexcept {
 }
 
 // ---- Swap: A leaves through an edge, black between, and B comes back through the same edge.
-
-VekStatus TR_Swap::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Swap::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Swap::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Swap::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_Swap::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
 
 VekStatus TR_Swap::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
@@ -164,16 +132,6 @@ struct DoorColumns {
 };
 
 }  // namespace
-
-VekStatus TR_Door::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Door::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Door::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Door::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_Door::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
 
 // Always the whole frame, whatever the field mode.
 VekStatus TR_Door::Process(VekEffectInstance* instance) noexcept {

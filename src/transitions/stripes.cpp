@@ -20,8 +20,6 @@ constinit decltype(TR_Slices::kParams) TR_Slices::kParams = Rows(
 
 namespace {
 
-VekStatus CheckInstance(VekEffectInstance* instance) { return instance ? VEK_S_OK : VEK_E_FAIL; }
-
 // `bands` strips split `extent` pixels at trunc(extent * i / bands): strip i starts there, and strip
 // StripOf(p) is the one that holds pixel p. Strips are empty where the extent is smaller than `bands`.
 int StripStart(int extent, int bands, int i) { return int(int64_t(extent) * i / bands); }
@@ -55,16 +53,6 @@ void ShutterRow(const TransitionFrame& frame, int direction, int k, int y, const
 
 // ---- Shutter: B wipes into 16 slats at once, like a venetian blind.
 
-VekStatus TR_Shutter::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Shutter::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Shutter::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Shutter::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_Shutter::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-
 VekStatus TR_Shutter::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
   if (!BeginTransition(instance, frame) || !frame.HasBuffers()) return VEK_E_FAIL;
@@ -85,16 +73,6 @@ VekStatus TR_Shutter::Process(VekEffectInstance* instance) noexcept {
 }
 
 // ---- Splices: the shove in 50 strips, in alternating directions, like the teeth of a zip.
-
-VekStatus TR_Splices::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Splices::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Splices::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Splices::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_Splices::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
 
 VekStatus TR_Splices::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;

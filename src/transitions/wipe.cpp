@@ -42,8 +42,6 @@ namespace {
 
 enum Direction { kUp, kDown, kLeft, kRight };
 
-VekStatus CheckInstance(VekEffectInstance* instance) { return instance ? VEK_S_OK : VEK_E_FAIL; }
-
 // The extent a directional wipe travels: rows for Up and Down, columns for Left and Right.
 int Travel(const TransitionFrame& frame, int direction) {
   return direction == kUp || direction == kDown ? frame.height : frame.width;
@@ -94,16 +92,6 @@ bool PixelCount(uint32_t width, uint32_t height, std::size_t& pixels) {
 }  // namespace
 
 // ---- Wipe: a hard straight edge, eased by the cube of progress.
-
-VekStatus TR_Wipe::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Wipe::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Wipe::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Wipe::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_Wipe::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
 
 VekStatus TR_Wipe::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
@@ -248,16 +236,6 @@ void CopyTile(const TransitionFrame& frame, int x, int y, int size) {
 
 }  // namespace
 
-VekStatus TR_DirtyWipe::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_DirtyWipe::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_DirtyWipe::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_DirtyWipe::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_DirtyWipe::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-
 // Always the whole frame, whatever the field mode.
 VekStatus TR_DirtyWipe::Process(VekEffectInstance* instance) noexcept {
   // Kept on purpose: a null instance is answered with success, unlike the rest of the family.
@@ -325,16 +303,6 @@ void BoxRow(const TransitionFrame& frame, const uint8_t* outer, const uint8_t* i
 }
 
 }  // namespace
-
-VekStatus TR_Box::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Box::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Box::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Box::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_Box::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
 
 VekStatus TR_Box::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
@@ -422,16 +390,6 @@ void ClockRow(const TransitionFrame& frame, const ClockSweep& sweep, int y, cons
 }
 
 }  // namespace
-
-VekStatus TR_WipeClock::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_WipeClock::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_WipeClock::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_WipeClock::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_WipeClock::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
 
 VekStatus TR_WipeClock::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
@@ -659,16 +617,6 @@ int Sampled(const int* zoom, int centre, int at) {
 }
 
 }  // namespace
-
-VekStatus TR_Cross::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Cross::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Cross::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Cross::Prepare(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
-VekStatus TR_Cross::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckInstance(instance); }
 
 // Always the whole frame, whatever the field mode.
 VekStatus TR_Cross::Process(VekEffectInstance* instance) noexcept {
