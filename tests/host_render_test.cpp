@@ -137,6 +137,28 @@ TEST(VekhostRender, FieldRenderWritesItsRowsAndLeavesTheOthersBlackAndTransparen
   }
 }
 
+TEST(VekhostRender, SignedOffsetChoosesTheFlipsOffsetModeAndAmount) {
+  ScratchFolder folder("vek_render_offset");
+  const Frame a = BuiltIn(Picture::kA), b = BuiltIn(Picture::kB);
+  const vek::host::Effect& flip = vek::test::LoadedPlugin().FindEffect("DSP_TR_3DFlip");
+  auto inProcess = [&](int32_t mode, float amount) {
+    vek::host::RenderSetup setup{kWidth, kHeight};
+    setup.offsetMode = mode;
+    setup.offsetAmount = amount;
+    vek::host::Renderer renderer(flip, setup);
+    renderer.SetProgress(0.5f);
+    return renderer.Render(a, b).bytes;
+  };
+  for (auto [offset, mode] : {std::pair{"-1.5", 1}, {"1.5", 2}}) {
+    const Outcome run = Tool(std::string("render DSP_TR_3DFlip --progress 0.5 --threads 1 --offset ") + offset + kSize +
+                             "-o " + Quoted(folder / "flip.png"));
+    ASSERT_EQ(run.status, 0) << run.err;
+    const auto shifted = vek::host::ReadImage(folder / "flip.png").bytes;
+    EXPECT_EQ(shifted, inProcess(mode, 1.5f)) << "--offset " << offset;
+    EXPECT_NE(shifted, inProcess(0, 0.0f)) << "--offset " << offset << " moves the card";
+  }
+}
+
 TEST(VekhostRender, FileInputsOfAnotherSizeAreRefusedUnlessResized) {
   ScratchFolder folder("vek_render_files");
   const Frame a = vek::host::BuiltInPicture(Picture::kA, 40, 30), b = vek::host::BuiltInPicture(Picture::kB, 20, 10);

@@ -37,6 +37,8 @@ Renderer::Renderer(const Effect& effect, const RenderSetup& setup)
   record.workerCount = setup.workerCount;
   record.renderHint = setup.renderHint;
   record.randomSeed = setup.randomSeed;
+  record.offsetMode = setup.offsetMode;
+  record.offsetAmount = setup.offsetAmount;
 }
 
 void Renderer::SetProgress(float progress) {

@@ -31,6 +31,7 @@ struct SetupArguments {
   int threads = 0;  // 0: one worker per processor
   std::string simd = "on";
   uint32_t seed = 0;
+  float offset = 0;  // signed: below 0 offset mode 1, above 0 mode 2, with its magnitude as the amount
 };
 host::RenderSetup MakeSetup(const SetupArguments& arguments, FrameSize size);
 

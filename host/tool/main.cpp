@@ -18,6 +18,9 @@ void AddSetupOptions(CLI::App* command, vek::tool::SetupArguments& setup) {
   command->add_option("--simd", setup.simd, "on: renderHint 3 (SSE4.1 paths), off: 0")
       ->capture_default_str()
       ->check(CLI::IsMember({"on", "off"}));
+  command->add_option("--offset", setup.offset,
+                      "Sideways shift of the 3D flip's object in scene units (the card is 4 wide): below 0 "
+                      "offset mode 1, above 0 mode 2, 0 none");
 }
 
 }  // namespace

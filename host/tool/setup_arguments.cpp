@@ -1,6 +1,7 @@
 // The command-line words that become record fields, shared by render, demo and bench.
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <thread>
 
 #include "commands.h"
@@ -36,6 +37,8 @@ host::RenderSetup MakeSetup(const SetupArguments& arguments, FrameSize size) {
       arguments.threads > 0 ? arguments.threads : int32_t(std::max(1u, std::thread::hardware_concurrency()));
   setup.renderHint = arguments.simd == "off" ? 0 : 3;
   setup.randomSeed = arguments.seed;
+  setup.offsetMode = arguments.offset < 0 ? 1 : arguments.offset > 0 ? 2 : 0;
+  setup.offsetAmount = std::abs(arguments.offset);
   return setup;
 }
 

@@ -20,6 +20,8 @@ struct RenderSetup {
   int32_t workerCount = 1;
   int32_t renderHint = 3;  // 3 or more lets the effect use its SSE4.1 paths
   uint32_t randomSeed = 0;
+  int32_t offsetMode = 0;  // 0 none, 1 negative, 2 positive: the 3D flip's sideways shift
+  float offsetAmount = 0;
 };
 
 bool IsTransition(const Effect& effect);
