@@ -99,18 +99,26 @@ TEST(AudioShortcut, UnityVolumeCopiesEveryWidthBitForBit) {
   EXPECT_NE(MixOnce({quiet}, {{1.0f, 0.999f}}, {48000, 2, 16}, 256), quiet);
 }
 
-TEST(AudioFixedPoint, QuietMixesMatchTheOracleInEveryWidth) {
-  const std::vector<VolumeRamp> cases[] = {
-      {{0.5f, 0.5f}, {1.0f, 1.0f}}, {{0.0f, 1.0f}, {1.0f, 0.25f}}, {{0.3f, 0.7f}, {2.0f, 0.1f}}};
+// Both kernels, at frame counts around the vector widths and up to 8 channels, on quiet mixes
+// (which must match the oracle) and on loud ones (which the limiter shapes alike in both).
+TEST(AudioFixedPoint, BothKernelsMatchTheOracleWhenQuietAndEachOtherWhenLoud) {
+  const std::vector<VolumeRamp> ramps = {{0.5f, 0.5f}, {1.0f, 1.0f}, {0.0f, 1.0f}, {1.0f, 0.25f}, {2.0f, 0.1f}};
   for (int bits : {8, 16, 24, 32}) {
-    for (int channels : {1, 2, 5}) {
-      for (const auto& ramps : cases) {
-        const int frames = 301;
-        const std::vector<Bytes> inputs = {Noise(bits, channels * frames, 0.1, 1), Noise(bits, channels * frames, 0.1, 2)};
-        for (bool vector : {false, true}) {
-          EXPECT_EQ(MixOnce(inputs, ramps, {44100, channels, bits}, frames, vector), Oracle(inputs, ramps, bits))
-              << bits << "-bit, " << channels << " channels, ramp " << ramps[0].start << ".." << ramps[0].end
-              << (vector ? ", vector" : ", scalar");
+    for (int channels : {1, 2, 3, 5, 8}) {
+      for (int frames : {2, 7, 64, 301, 1001}) {
+        for (double amplitude : {0.05, 1.0}) {
+          SCOPED_TRACE(testing::Message() << bits << "-bit, " << channels << " channels, " << frames
+                                          << " frames, amplitude " << amplitude);
+          std::vector<Bytes> inputs;
+          for (unsigned i = 0; i < ramps.size(); ++i) {
+            inputs.push_back(Noise(bits, std::size_t(channels * frames), amplitude, unsigned(bits + channels) + i));
+          }
+          const AudioFormat format{44100, channels, bits};
+          const Bytes scalar = MixOnce(inputs, ramps, format, frames, false);
+          EXPECT_EQ(scalar, MixOnce(inputs, ramps, format, frames, true));
+          if (amplitude < 1) {
+            EXPECT_EQ(scalar, Oracle(inputs, ramps, bits));
+          }
         }
       }
     }
@@ -139,21 +147,13 @@ TEST(AudioFixedPoint, RampsWithARemainderStopOneUnitShort) {
   }
 }
 
-TEST(AudioInputs, TwoAndSixteenInputsSumAndASeventeenthIsRefused) {
+TEST(AudioInputs, SixteenInputsSumAndASeventeenthIsRefused) {
   const int frames = 200;
   std::vector<Bytes> inputs;
   std::vector<VolumeRamp> ramps;
   for (int i = 0; i < 17; ++i) {
     inputs.push_back(Noise(16, 2 * frames, 0.02, unsigned(40 + i)));
     ramps.push_back({0.1f * float(i % 5), 1.0f - 0.05f * float(i)});
-  }
-  const auto first = [&](std::size_t count) {
-    return std::pair(std::vector<Bytes>(inputs.begin(), inputs.begin() + count),
-                     std::vector<VolumeRamp>(ramps.begin(), ramps.begin() + count));
-  };
-  for (std::size_t count : {2u, 16u}) {
-    const auto [some, theirRamps] = first(count);
-    EXPECT_EQ(MixOnce(some, theirRamps, {48000, 2, 16}, frames), Oracle(some, theirRamps, 16)) << count << " inputs";
   }
   AudioMixer mixer(Volume(), {48000, 2, 16}, frames);
   for (int i = 0; i < 16; ++i) mixer.GetInstance().SetAudioInput(i, inputs[i].data(), ramps[i].start, ramps[i].end);
@@ -165,8 +165,9 @@ TEST(AudioInputs, TwoAndSixteenInputsSumAndASeventeenthIsRefused) {
   }
   Bytes out(inputs[0].size());
   mixer.GetInstance().Process(out.data());
-  const auto [sixteen, sixteenRamps] = first(16);
-  EXPECT_EQ(out, Oracle(sixteen, sixteenRamps, 16)) << "the refused block is not mixed";
+  inputs.pop_back();
+  ramps.pop_back();
+  EXPECT_EQ(out, Oracle(inputs, ramps, 16)) << "the refused block is not mixed";
 }
 
 TEST(AudioContract, PrepareRefusesFormatsAndKeepsTheOldOne) {
@@ -207,9 +208,6 @@ TEST(AudioContract, PrepareRefusesFormatsAndKeepsTheOldOne) {
   record.output = out.data();
   ASSERT_EQ(calls.process(&record), VEK_S_OK);
   for (std::size_t k = 0; k < 128; ++k) ASSERT_EQ(Get(out, 16, k), 500) << k;
-  EXPECT_EQ(calls.prepare(nullptr), VEK_E_FAIL);
-  EXPECT_EQ(calls.process(nullptr), VEK_E_FAIL);
-  EXPECT_EQ(calls.releaseResources(nullptr), VEK_E_FAIL);
 }
 
 // A loud mix through several blocks: sines that swell far past full scale, with a burst that starts
@@ -218,8 +216,8 @@ struct LoudRun {
   std::vector<double> reference;  // the exact mix, per sample
   Bytes out;
 };
-LoudRun RunLoud(int bits, int channels, int frames, int blocks, bool vector) {
-  AudioMixer mixer(Volume(), {48000, channels, bits}, frames, vector);
+LoudRun RunLoud(int bits, int channels, int frames, int blocks) {
+  AudioMixer mixer(Volume(), {48000, channels, bits}, frames);
   LoudRun run;
   const double top = std::ldexp(1.0, bits - 1) - 1;
   for (int b = 0; b < blocks; ++b) {
@@ -253,7 +251,7 @@ LoudRun RunLoud(int bits, int channels, int frames, int blocks, bool vector) {
 TEST(AudioLimiter, LoudMixesStayUnderTheCeilingWithoutClicks) {
   for (int bits : {8, 16, 24, 32}) {
     const int channels = 2, frames = 4000, blocks = 3;
-    const LoudRun run = RunLoud(bits, channels, frames, blocks, true);
+    const LoudRun run = RunLoud(bits, channels, frames, blocks);
     // 8-bit output keeps the top byte of the 16-bit scale, so -32,766 shows as -128 * 256.
     const double ceiling = bits == 8 ? 32768 : bits == 16 ? 32766 : bits == 24 ? 0x7FFFFF : 0x7FFFFFFF;
     const double scale = bits == 8 ? 256 : 1;
@@ -312,26 +310,6 @@ TEST(AudioLimiter, QuietBlocksAfterALoudOneBecomeExactAgain) {
   mixer.MixBlock({loud.data(), loud.data()}, {{2.0f, 2.0f}, {2.0f, 2.0f}}, out.data());
   for (int b = 0; b < 20; ++b) mixer.MixBlock({quiet.data()}, {{1.0f, 0.5f}}, out.data());
   EXPECT_EQ(out, Oracle({quiet}, {{1.0f, 0.5f}}, 16)) << "the limiter has recovered and rests";
-}
-
-TEST(AudioVariants, VectorAndScalarKernelsGiveTheSameSamples) {
-  for (int bits : {8, 16, 24, 32}) {
-    for (int channels : {1, 2, 3, 8}) {
-      for (int frames : {2, 7, 64, 1001}) {
-        for (double amplitude : {0.1, 1.0}) {
-          std::vector<Bytes> inputs;
-          std::vector<VolumeRamp> ramps;
-          for (int i = 0; i < 5; ++i) {
-            inputs.push_back(Noise(bits, std::size_t(channels * frames), amplitude, unsigned(bits + channels + i)));
-            ramps.push_back({0.3f * float(i), 1.7f - 0.2f * float(i)});
-          }
-          const AudioFormat format{96000, channels, bits};
-          EXPECT_EQ(MixOnce(inputs, ramps, format, frames, false), MixOnce(inputs, ramps, format, frames, true))
-              << bits << "-bit, " << channels << " channels, " << frames << " frames, amplitude " << amplitude;
-        }
-      }
-    }
-  }
 }
 
 // Kernels on their own, with ramps whose remainders hit every case of the lane steps, in eight

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/platform.h"
+#include "scratch_files.h"
 #include "vek_dsp/abi.h"
 
 namespace {
@@ -13,31 +14,10 @@ namespace {
 namespace fs = std::filesystem;
 using vek::platform::ModuleHandle;
 
-// A folder of its own under the system's temporary folder, named after the test and the build it
-// runs in (tests run in parallel, and several builds may test at once), removed with the fixture.
-class ScratchFolder {
- public:
-  ScratchFolder() {
-    const std::string test = ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    root_ = fs::temp_directory_path() /
-            ("vekdsp_" + test + "_" + std::to_string(std::hash<std::string>{}(fs::current_path().string())));
-    fs::remove_all(root_);
-    fs::create_directories(root_);
-  }
-  ~ScratchFolder() {
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
-  }
-  const fs::path& Root() const { return root_; }
-
- private:
-  fs::path root_;
-};
-
 // One loaded copy of the plug-in and its two exports.
 class PluginCopy {
  public:
-  explicit PluginCopy(const fs::path& path) : path_(path) {
+  explicit PluginCopy(const fs::path& path) {
     fs::create_directories(path.parent_path());
     fs::copy_file(VEK_TEST_PLUGIN_PATH, path, fs::copy_options::overwrite_existing);
     module_ = vek::platform::LoadModule(path.native());
@@ -58,7 +38,6 @@ class PluginCopy {
   }
 
  private:
-  fs::path path_;
   ModuleHandle module_ = nullptr;
   VekInitModuleFn init_ = nullptr;
   VekDeInitModuleFn deInit_ = nullptr;
@@ -84,10 +63,10 @@ class ModuleEntry : public ::testing::Test {
   void SetUp() override {
     ASSERT_EQ(Scratch().string().find('.'), std::string::npos) << "the test folder must hold no dot";
   }
-  fs::path Scratch() const { return scratch_.Root(); }
+  const fs::path& Scratch() const { return scratch_.Path(); }
 
  private:
-  ScratchFolder scratch_;
+  vek::test::ScratchFolder scratch_{"vekdsp_entry"};
 };
 
 TEST_F(ModuleEntry, LocalisedLibraryIsPreferredThenResThenTheModuleItself) {

@@ -83,27 +83,26 @@ TEST(Contract, NullRecordsAreRefusedByEveryCallback) {
   }
 }
 
-TEST(Contract, TransitionInputsGoToSourceAOrB) {
-  const VekEffectDescriptor& row = Row("DSP_TR_Burn");
-  RawInstance instance(row);
+// A transition stores index 0 as source A and any other index as B; a one-input effect stores its
+// source whatever the index.
+TEST(Contract, InputsGoToTheirSlotsByIndex) {
+  const VekEffectDescriptor& burn = Row("DSP_TR_Burn");
+  RawInstance transition(burn);
   uint8_t a[4], b[4], c[4];
-  VekInputSample first = instance.Sample(a), second = instance.Sample(b), fifth = instance.Sample(c);
-  EXPECT_EQ(row.callbacks.setInput(0, &first), VEK_S_OK);
-  EXPECT_EQ(row.callbacks.setInput(1, &second), VEK_S_OK);
-  EXPECT_EQ(instance.Slot<uint8_t*>(0), a);
-  EXPECT_EQ(instance.Slot<uint8_t*>(1), b);
-  EXPECT_EQ(row.callbacks.setInput(5, &fifth), VEK_S_OK);
-  EXPECT_EQ(instance.Slot<uint8_t*>(0), a);
-  EXPECT_EQ(instance.Slot<uint8_t*>(1), c) << "any index but 0 is source B";
-}
+  VekInputSample first = transition.Sample(a), second = transition.Sample(b), fifth = transition.Sample(c);
+  EXPECT_EQ(burn.callbacks.setInput(0, &first), VEK_S_OK);
+  EXPECT_EQ(burn.callbacks.setInput(1, &second), VEK_S_OK);
+  EXPECT_EQ(transition.Slot<uint8_t*>(0), a);
+  EXPECT_EQ(transition.Slot<uint8_t*>(1), b);
+  EXPECT_EQ(burn.callbacks.setInput(5, &fifth), VEK_S_OK);
+  EXPECT_EQ(transition.Slot<uint8_t*>(0), a);
+  EXPECT_EQ(transition.Slot<uint8_t*>(1), c) << "any index but 0 is source B";
 
-TEST(Contract, OneInputEffectsIgnoreTheIndex) {
-  const VekEffectDescriptor& row = Row("DSP_VI_Noise");
-  RawInstance instance(row);
-  uint8_t frame[4];
-  VekInputSample sample = instance.Sample(frame);
-  EXPECT_EQ(row.callbacks.setInput(3, &sample), VEK_S_OK);
-  EXPECT_EQ(instance.Slot<uint8_t*>(0), frame);
+  const VekEffectDescriptor& noise = Row("DSP_VI_Noise");
+  RawInstance video(noise);
+  VekInputSample only = video.Sample(a);
+  EXPECT_EQ(noise.callbacks.setInput(3, &only), VEK_S_OK);
+  EXPECT_EQ(video.Slot<uint8_t*>(0), a);
 }
 
 TEST(Contract, EffectsThatDoNotRenderYetSaySoAndWriteNothing) {
@@ -151,27 +150,19 @@ TEST(DefaultFilling, RowsArePackedAndEmptyRowsCopyNothing) {
   EXPECT_EQ(vek::ParamOffset(rows, 3), 17u);
 }
 
-class SquaredVolume : public ::testing::Test {
- protected:
+// Between unequal keys the volume is half the square of the blend; a flat segment is not squared.
+TEST(SquaredVolume, BlendsUnequalKeysOnlyAndRefusesNullPointers) {
   const VekParamDescriptor& row = LoadedPlugin().FindEffect("DSP_AU_VolumeAdj_Exp").params[0].row[0];
-  float Blend(double t, float left, float right) {
+  auto blend = [&row](double t, float left, float right) {
     float out = -1;
     EXPECT_EQ(row.interpolate(&row, t, &left, &right, &out), VEK_S_OK);
     return out;
-  }
-};
+  };
+  EXPECT_FLOAT_EQ(blend(0.5, 1.0f, 2.0f), 1.5f * 1.5f * 0.5f);
+  EXPECT_FLOAT_EQ(blend(0.0, 2.0f, 0.0f), 2.0f);
+  EXPECT_FLOAT_EQ(blend(1.0, 2.0f, 0.0f), 0.0f);
+  EXPECT_EQ(blend(0.3, 1.5f, 1.5f), 1.5f);
 
-TEST_F(SquaredVolume, UnequalKeysGiveHalfTheSquareOfTheBlend) {
-  EXPECT_FLOAT_EQ(Blend(0.5, 1.0f, 2.0f), 1.5f * 1.5f * 0.5f);
-  EXPECT_FLOAT_EQ(Blend(0.0, 2.0f, 0.0f), 2.0f);
-  EXPECT_FLOAT_EQ(Blend(1.0, 2.0f, 0.0f), 0.0f);
-}
-
-TEST_F(SquaredVolume, EqualKeysKeepTheSliderValue) {
-  EXPECT_EQ(Blend(0.3, 1.5f, 1.5f), 1.5f) << "a flat segment is not squared";
-}
-
-TEST_F(SquaredVolume, NullPointersAndOtherTypes) {
   float left = 1, right = 2, out = -1;
   EXPECT_EQ(row.interpolate(nullptr, 0.5, &left, &right, &out), VEK_E_FAIL);
   EXPECT_EQ(row.interpolate(&row, 0.5, nullptr, &right, &out), VEK_E_FAIL);
