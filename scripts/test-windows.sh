@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Builds vek_dsp.dll and the test programs for 64-bit Windows with mingw-w64 and runs the whole
-# test suite under wine. oneTBB is cross-built once per machine (scripts/build-tbb-mingw.sh).
+# Builds vek_dsp.dll, vekhost.exe and the test programs for 64-bit Windows with mingw-w64 and runs
+# the whole test suite under wine. oneTBB and the host's picture and audio libraries are cross-built
+# once per machine (scripts/build-mingw-deps.sh). Usage: scripts/test-windows.sh [BUILD_DIR]
 set -euo pipefail
 cd "$(dirname "$0")/.."
+build_dir=${1:-build-win}
 
-packages=(g++-mingw-w64-x86-64-posix wine64 wine googletest dpkg-dev cmake ninja-build libcli11-dev
+packages=(g++-mingw-w64-x86-64-posix wine64 wine googletest dpkg-dev cmake ninja-build pkg-config libcli11-dev
           nlohmann-json3-dev)
 missing=()
 for package in "${packages[@]}"; do
@@ -16,15 +18,18 @@ if ((${#missing[@]})); then
   DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
 fi
 
-tbb_prefix=$(scripts/build-tbb-mingw.sh)
-cmake -S . -B build-win -G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" \
-  -DCMAKE_BUILD_TYPE=Release -DTBB_DIR="$tbb_prefix/lib/cmake/TBB"
-cmake --build build-win --parallel "$(nproc)"
+libraries=$(scripts/build-mingw-deps.sh)
+# A build folder configured against another prefix starts afresh: CMake keeps the paths it found.
+fresh=()
+grep -qs "^CMAKE_FIND_ROOT_PATH:[A-Z]*=$libraries\$" "$build_dir/CMakeCache.txt" || fresh=(--fresh)
+cmake "${fresh[@]}" -S . -B "$build_dir" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" \
+  -DCMAKE_BUILD_TYPE=Release -DCMAKE_FIND_ROOT_PATH="$libraries"
+cmake --build "$build_dir" --parallel "$(nproc)"
 
 # A prefix of its own for this run, removed with wine's server when the tests are done.
 export WINEPREFIX=${TMPDIR:-/tmp}/vek-dsp-wine-$$ WINEDEBUG=-all
 status=0
-ctest --test-dir build-win --output-on-failure --timeout 120 --parallel "$(nproc)" || status=$?
+ctest --test-dir "$build_dir" --output-on-failure --timeout 120 --parallel "$(nproc)" || status=$?
 wineserver -k 2>/dev/null || true
 rm -rf "$WINEPREFIX"
 exit $status
