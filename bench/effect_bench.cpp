@@ -67,6 +67,8 @@ void RenderEffect(benchmark::State& state, const EffectSetup& setup) {
   instance.renderHint = setup.renderHint;
   instance.fieldMode = setup.fieldMode;
   instance.workerCount = setup.workers;
+  instance.colourLayout = setup.colourLayout;
+  instance.randomSeed = setup.randomSeed;
   row.callbacks.init(&instance);
   if (setup.configure) setup.configure(values.data());
   if (row.callbacks.prepare(&instance) != VEK_S_OK) state.SkipWithError("Prepare failed");

@@ -34,6 +34,8 @@ struct EffectSetup {
   int workers = 1;
   // Writes parameter values over the defaults Init filled in.
   std::function<void(uint8_t* values)> configure;
+  int colourLayout = 0;
+  uint32_t randomSeed = 0;
 };
 
 void RenderEffect(benchmark::State& state, const EffectSetup& setup);

@@ -1,13 +1,15 @@
-// The burn: its fire-front map against the diamond-square rules worked out here, and its frames,
-// driven through the reference host, against that map.
+// The burn: its fire-front map against the diamond-square rules worked out here, its frames, driven
+// through the reference host, against that map, and its vector row against the scalar one.
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdlib>
+#include <random>
 #include <vector>
 
 #include "pattern_run.h"
 #include "transitions/burn.h"
+#include "transitions/kernels.h"
 #include "vek_dsp/colour.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -69,8 +71,12 @@ std::array<uint8_t, 3> FlameColour(int i, bool lumaChroma) {
   return {yuv.v, yuv.u, yuv.y};
 }
 
+int Threshold(const Map& map, float progress) {
+  return int(float(map.maximum - map.minimum + 30) * progress) + map.minimum;
+}
+
 Frame ExpectedBurn(const Map& map, const Frame& a, const Frame& b, float progress, bool lumaChroma) {
-  const int threshold = int(float(map.maximum - map.minimum + 30) * progress) + map.minimum;
+  const int threshold = Threshold(map, progress);
   Frame out = a;
   for (int y = 0; y < a.height; ++y) {
     for (int x = 0; x < a.width; ++x) {
@@ -102,31 +108,8 @@ std::pair<Frame, Frame> Sources(int width, int height) {
   return {a, b};
 }
 
-int CountFlamePixels(const Map& map, float progress) {
-  const int threshold = int(float(map.maximum - map.minimum + 30) * progress) + map.minimum;
-  return int(std::count_if(map.values.begin(), map.values.end(),
-                           [&](int32_t m) { return m < threshold && m >= threshold - 30; }));
-}
-
-TEST(BurnMap, TwoByTwoShowsTheDrawOrderAndTheTransposedRead) {
-  std::srand(5);
-  const int first = std::rand() % 9 - 4, second = std::rand() % 9 - 4, third = std::rand() % 9 - 4;
-  std::srand(5);
-  int32_t maximum = -4096, minimum = 4096;
-  vek::BurnMap* map = vek::BuildBurnMap(2, 2, 0.6f, 8.0f, maximum, minimum);
-  ASSERT_NE(map, nullptr);
-  const int32_t* v = map->Values();
-  EXPECT_EQ(v[0], 0) << "the corner is never drawn";
-  EXPECT_EQ(v[3], first) << "the centre is drawn first";
-  EXPECT_EQ(v[2], second) << "pixel (0, 1) is grid row 0, column 1: the lower edge, drawn second";
-  EXPECT_EQ(v[1], third) << "pixel (1, 0) is grid row 1, column 0: the right edge, drawn third";
-  EXPECT_EQ(maximum, std::max({0, first, second, third}));
-  EXPECT_EQ(minimum, std::min({0, first, second, third}));
-  vek::FreeBurnMap(map);
-}
-
 TEST(BurnMap, FollowsTheDiamondSquareRulesOnOddSizes) {
-  for (auto [width, height] : {std::pair{1, 1}, {3, 5}, {37, 23}, {64, 17}, {5, 70}}) {
+  for (auto [width, height] : {std::pair{1, 1}, {2, 2}, {3, 5}, {37, 23}, {64, 17}, {5, 70}}) {
     SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
     const Map expected = ExpectedMap(width, height, 77);
     std::srand(77);
@@ -140,31 +123,31 @@ TEST(BurnMap, FollowsTheDiamondSquareRulesOnOddSizes) {
   }
 }
 
-TEST(Burn, FramesFollowTheFrontOfTheSeed) {
-  auto [a, b] = Sources(37, 23);
+// Rows wider than a span, so that whole spans are copied beside spans the front crosses; each
+// field writes its rows of the frame and leaves the others alone.
+TEST(Burn, FramesAndFieldsFollowTheFrontOfTheSeed) {
+  constexpr int kWidth = 150, kHeight = 31;
+  auto [a, b] = Sources(kWidth, kHeight);
+  const Map map = ExpectedMap(kWidth, kHeight, 1234);
+  ASSERT_GT(std::count_if(map.values.begin(), map.values.end(),
+                          [&](int32_t m) { return m < Threshold(map, 0.5f) && m >= Threshold(map, 0.5f) - 30; }),
+            20)
+      << "the band must be seen for the colours to be checked";
   for (int layout : {0, 1}) {
-    const Map map = ExpectedMap(37, 23, 1234);
-    TransitionRun run("DSP_TR_Burn", 37, 23, RecordSetup{layout});
-    run.Prepare();
-    for (float progress : {0.0f, 0.2f, 0.5f, 0.77f, 1.0f}) {
-      SCOPED_TRACE("layout " + std::to_string(layout) + " progress " + std::to_string(progress));
-      EXPECT_EQ(run.Render(a, b, progress).bytes, ExpectedBurn(map, a, b, progress, layout == 1).bytes);
+    for (int field : {0, 1, 2}) {
+      TransitionRun run("DSP_TR_Burn", kWidth, kHeight, RecordSetup{layout, field});
+      run.Prepare();
+      for (float progress : {0.0f, 0.2f, 0.5f, 0.77f, 1.0f}) {
+        SCOPED_TRACE("layout " + std::to_string(layout) + " field " + std::to_string(field) + " progress " +
+                     std::to_string(progress));
+        const Frame out = run.Render(a, b, progress), expected = ExpectedBurn(map, a, b, progress, layout == 1);
+        for (int y = 0; y < kHeight; ++y) {
+          const bool visited = field == 0 || y % 2 == field - 1;
+          EXPECT_TRUE(visited ? out.RowEquals(y, expected) : out.RowIsAll(y, kUntouched)) << "row " << y;
+        }
+      }
+      EXPECT_NE(run.Render(a, b, 1.0f).bytes, b.bytes) << "the pixels at the maximum still show flame colour 0";
     }
-    ASSERT_GT(CountFlamePixels(map, 0.5f), 20) << "the band must be seen for the colours to be checked";
-    EXPECT_EQ(run.Render(a, b, 0.0f).bytes, a.bytes);
-    EXPECT_NE(run.Render(a, b, 1.0f).bytes, b.bytes) << "the pixels at the maximum still show flame colour 0";
-  }
-}
-
-TEST(Burn, FieldsUseTheMapOfTheWholeFrame) {
-  auto [a, b] = Sources(9, 7);
-  TransitionRun whole("DSP_TR_Burn", 9, 7), even("DSP_TR_Burn", 9, 7, RecordSetup{0, 1}),
-      odd("DSP_TR_Burn", 9, 7, RecordSetup{0, 2});
-  const Frame frame = whole.RenderOnce(a, b, 0.45f), evenRows = even.RenderOnce(a, b, 0.45f),
-              oddRows = odd.RenderOnce(a, b, 0.45f);
-  for (int y = 0; y < 7; ++y) {
-    EXPECT_TRUE((y % 2 ? oddRows : evenRows).RowEquals(y, frame)) << "row " << y;
-    EXPECT_TRUE((y % 2 ? evenRows : oddRows).RowIsAll(y, kUntouched)) << "row " << y;
   }
 }
 
@@ -199,19 +182,48 @@ TEST(Burn, WithoutAMapForTheFrameProcessFailsAndWritesNothing) {
   run.Record().output = out.Data();
   EXPECT_EQ(c.process(&run.Record()), VEK_E_FAIL);
   EXPECT_TRUE(out.RowIsAll(0, kUntouched) && out.RowIsAll(2, kUntouched));
-}
 
-TEST(Burn, AMapNoMemoryCanHoldFailsPrepare) {
+  // A map no memory can hold fails Prepare, and Process after it.
   int32_t maximum = -4096, minimum = 4096;
   EXPECT_EQ(vek::BuildBurnMap(1u << 20, 1u << 20, 0.6f, 8.0f, maximum, minimum), nullptr);
   EXPECT_EQ(vek::BuildBurnMap(1u << 30, 1, 0.6f, 8.0f, maximum, minimum), nullptr);
-  TransitionRun run("DSP_TR_Burn", 1 << 20, 1 << 20);
-  EXPECT_EQ(run.Callbacks().prepare(&run.Record()), VEK_E_FAIL);
-  EXPECT_EQ(run.Record().prepared, 1);
-  uint8_t out[16] = {};
-  run.Record().output = out;
-  EXPECT_EQ(run.Callbacks().process(&run.Record()), VEK_E_FAIL);
-  EXPECT_EQ(run.Callbacks().releaseResources(&run.Record()), VEK_S_OK);
+  TransitionRun huge("DSP_TR_Burn", 1 << 20, 1 << 20);
+  EXPECT_EQ(huge.Callbacks().prepare(&huge.Record()), VEK_E_FAIL);
+  EXPECT_EQ(huge.Record().prepared, 1);
+  uint8_t tiny[16] = {};
+  huge.Record().output = tiny;
+  EXPECT_EQ(huge.Callbacks().process(&huge.Record()), VEK_E_FAIL);
+  EXPECT_EQ(huge.Callbacks().releaseResources(&huge.Record()), VEK_S_OK);
+}
+
+// Smooth random rows with a little noise, so that spans lie wholly on either side of the front or
+// are crossed by it, in every combination, and the row ends in a part span.
+TEST(BurnKernels, VectorRowGivesTheScalarBytesWithPlainAndStreamingStores) {
+  std::mt19937 generator(5);
+  uint8_t flame[vek::kBurnBand][4];
+  for (auto& colour : flame) {
+    for (uint8_t& byte : colour) byte = uint8_t(generator());
+  }
+  for (int pixels : {1, 3, 4, 63, 64, 65, 130, 257}) {
+    const Frame a = Frame::Random(pixels, 1, 31), b = Frame::Random(pixels, 1, 32);
+    std::vector<int32_t> map(pixels);
+    int32_t value = 0;
+    for (int32_t& m : map) m = value += int32_t(generator() % 7) - 3;
+    std::vector<int32_t> bounds(2 * vek::BurnSpans(std::size_t(pixels)));
+    vek::BurnSpanBounds(map.data(), pixels, bounds.data());
+    for (int32_t threshold = *std::min_element(map.begin(), map.end()) - 31;
+         threshold <= *std::max_element(map.begin(), map.end()) + 31; ++threshold) {
+      Frame scalar = Frame::Filled(pixels, 1, kUntouched);
+      vek::BurnRowScalar(map.data(), a.Row(0), b.Row(0), scalar.Data(), pixels, threshold, &flame[0][0]);
+      for (vek::CopyPixelsFn copy : {vek::CopyPixels, vek::StreamPixelsSse2}) {
+        Frame vector = Frame::Filled(pixels, 1, kUntouched);
+        vek::BurnRowSse2(map.data(), bounds.data(), a.Row(0), b.Row(0), vector.Data(), pixels, threshold,
+                         &flame[0][0], copy);
+        vek::StreamFenceSse2();
+        ASSERT_EQ(vector.bytes, scalar.bytes) << pixels << " pixels, threshold " << threshold;
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "transitions/kernels.h"
 #include "transitions/transition.h"
 #include "transitions/transitions.h"
 
@@ -120,15 +121,24 @@ VekStatus DrawPaths(VekEffectInstance& instance, CollapseState& state, const Vek
   return VEK_S_OK;
 }
 
-// Block i of A, its top-left corner at (x, y), after a drop of trunc(fall * e) rows and a sideways
-// move of trunc((drift - w) * e) / 2 columns, clipped to the frame; only output rows from `first`
-// to before `end` are written.
-void DrawFallenBlock(const TransitionFrame& frame, int64_t side, int64_t x, int64_t y, uint32_t fall, uint32_t drift,
-                     float e, int64_t first, int64_t end) {
+// The rows of a fallen block that land in a band of output rows: `rows` rows of `bytes` bytes from
+// `source` to `target`, each a frame row apart.
+struct BlockRows {
+  const uint8_t* source;
+  uint8_t* target;
+  std::size_t bytes;
+  int64_t rows;
+};
+
+// The block of A with its top-left corner at (x, y), after a drop of trunc(fall * e) rows and a
+// sideways move of trunc((drift - w) * e) / 2 columns, clipped to the frame and to output rows
+// [first, end). False when none of it lands there.
+bool PlaceFallenBlock(const TransitionFrame& frame, int64_t side, int64_t x, int64_t y, uint32_t fall,
+                      uint32_t drift, float e, int64_t first, int64_t end, BlockRows& placed) {
   const int64_t w = frame.width, h = frame.height;
   const int64_t toY = y + int64_t(float(fall) * e);  // never above y: drops are not negative
   int64_t toX = x + int64_t(float(int64_t(drift) - w) * e) / 2;
-  if (toY >= h || toY < -side || toX >= w || toX < -side) return;
+  if (toY >= h || toY < -side || toX >= w || toX < -side) return false;
   int64_t rows = side;
   if (toY + side >= h) rows = h - toY;
   if (y + rows >= h) rows = h - y;
@@ -141,15 +151,28 @@ void DrawFallenBlock(const TransitionFrame& frame, int64_t side, int64_t x, int6
   }
   if (toX + side >= w) columns = w - toX;
   if (x + columns >= w) columns = w - x;
-  if (columns <= 0 || rows <= 0) return;
-  const std::size_t bytes = std::size_t(columns) * 4;
-  for (int64_t r = std::max<int64_t>(0, first - toY); r < rows && toY + r < end; ++r) {
-    const uint8_t* source = frame.sourceA + std::size_t(y + r) * frame.rowBytes + std::size_t(x) * 4;
-    // A block is read down its rows, which the processor's own prefetching follows badly.
-    if (r + 4 < rows) {
-      for (std::size_t line = 0; line < bytes; line += 64) __builtin_prefetch(source + 4 * frame.rowBytes + line);
-    }
-    std::memcpy(frame.output + std::size_t(toY + r) * frame.rowBytes + std::size_t(toX) * 4, source, bytes);
+  const int64_t firstRow = std::max<int64_t>(0, first - toY), endRow = std::min(rows, end - toY);
+  if (columns <= 0 || firstRow >= endRow) return false;
+  placed = {frame.sourceA + std::size_t(y + firstRow) * frame.rowBytes + std::size_t(x) * 4,
+            frame.output + std::size_t(toY + firstRow) * frame.rowBytes + std::size_t(toX) * 4,
+            std::size_t(columns) * 4, endRow - firstRow};
+  return true;
+}
+
+// A block is read down its rows, which the processor's own prefetching follows badly: its rows are
+// asked for a few ahead of their copy, and the first ones while the block before is copied.
+constexpr int64_t kRowsAhead = 4;
+
+void PrefetchRows(const BlockRows& block, int64_t from, int64_t end, std::size_t rowBytes) {
+  for (int64_t r = from; r < std::min(end, block.rows); ++r) {
+    for (std::size_t line = 0; line < block.bytes; line += 64) __builtin_prefetch(block.source + r * rowBytes + line);
+  }
+}
+
+void CopyBlockRows(const BlockRows& block, std::size_t rowBytes) {
+  for (int64_t r = 0; r < block.rows; ++r) {
+    PrefetchRows(block, r + kRowsAhead, r + kRowsAhead + 1, rowBytes);
+    std::memcpy(block.target + r * rowBytes, block.source + r * rowBytes, block.bytes);
   }
 }
 
@@ -238,7 +261,7 @@ VekStatus TR_DissolveType::Process(VekEffectInstance* instance) noexcept {
         for (std::size_t line = 0; !lastRow && line < bytes; line += 64) {
           __builtin_prefetch(source + at + frame.rowBytes + line);
         }
-        std::memcpy(frame.output + at, source + at, bytes);
+        CopyPixelsSse2(source + offset, from, frame.output + offset, from, runEnds[k] - from);
       }
     }
   }
@@ -293,21 +316,33 @@ VekStatus TR_Collapse::Process(VekEffectInstance* instance) noexcept {
   // The output is built in bands of rows that stay in the cache: B, then every block that reaches
   // the band, in block order, so later blocks still cover earlier ones.
   const float e = progress * progress;
-  const int64_t side = state.blockSize;
+  const int64_t side = state.blockSize, h = frame.height;
   const int32_t across = BlocksAcross(frame.width, state.blockSize), down = BlocksAcross(frame.height, state.blockSize);
+  // Every fall lies in h .. 3h - 1, so a block drops at least leastDrop and at most mostDrop rows:
+  // only the rows of blocks within that reach above a band can land in it.
+  const int64_t leastDrop = int64_t(float(h) * e), mostDrop = int64_t(float(3 * h) * e);
   constexpr int kBandRows = 64;
   for (int band = 0; band < frame.height; band += kBandRows) {
     const int bandEnd = std::min(frame.height, band + kBandRows);
-    std::memcpy(frame.output + std::size_t(band) * frame.rowBytes, frame.sourceB + std::size_t(band) * frame.rowBytes,
-                std::size_t(bandEnd - band) * frame.rowBytes);
-    std::size_t i = 0;
-    for (int32_t by = 0; by < down; ++by) {
+    for (int y = band; y < bandEnd; ++y) CopyPixelsSse2(frame.RowB(y), 0, frame.OutputRow(y), 0, frame.width);
+    BlockRows pending{};
+    const int64_t firstRow = std::max<int64_t>(0, (band - mostDrop) / side - 1);
+    const int64_t endRow = std::min<int64_t>(down, (bandEnd - leastDrop) / side + 1);
+    for (int64_t by = firstRow; by < endRow; ++by) {
+      std::size_t i = std::size_t(by) * std::size_t(across);
       for (int32_t bx = 0; bx < across; ++bx, ++i) {
         const int64_t y = by * side, toY = y + int64_t(float(state.fall[i]) * e);
         if (toY >= bandEnd || toY + side <= band) continue;
-        DrawFallenBlock(frame, side, bx * side, y, state.fall[i], state.drift[i], e, band, bandEnd);
+        BlockRows next;
+        if (!PlaceFallenBlock(frame, side, bx * side, y, state.fall[i], state.drift[i], e, band, bandEnd, next)) {
+          continue;
+        }
+        PrefetchRows(next, 0, kRowsAhead, frame.rowBytes);
+        if (pending.rows > 0) CopyBlockRows(pending, frame.rowBytes);
+        pending = next;
       }
     }
+    if (pending.rows > 0) CopyBlockRows(pending, frame.rowBytes);
   }
   return VEK_S_OK;
 }

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "transitions/kernels.h"
+#include "transitions/row_runs.h"
 #include "transitions/transition.h"
 #include "transitions/transitions.h"
 #include "vek_dsp/colour.h"
@@ -18,8 +19,8 @@ BurnMap* BuildBurnMap(uint32_t width, uint32_t height, float roughness, float ba
   while (side < std::max(width, height)) side *= 2;
   // No grid this large can be allocated; refusing it early also keeps every sum below in range.
   if (side > (uint64_t(1) << 24)) return nullptr;
-  const uint64_t pixels = uint64_t(width) * height;
-  auto* map = static_cast<BurnMap*>(std::malloc(sizeof(BurnMap) + pixels * sizeof(int32_t)));
+  const uint64_t pixels = uint64_t(width) * height, spanBounds = 2 * BurnSpans(width) * uint64_t(height);
+  auto* map = static_cast<BurnMap*>(std::malloc(sizeof(BurnMap) + (pixels + spanBounds) * sizeof(int32_t)));
   if (!map) return nullptr;
   auto* grid = static_cast<int32_t*>(std::calloc(side * side, sizeof(int32_t)));
   if (!grid) {
@@ -70,6 +71,10 @@ BurnMap* BuildBurnMap(uint32_t width, uint32_t height, float roughness, float ba
     }
   }
   std::free(grid);
+  const std::size_t boundsPerRow = 2 * BurnSpans(width);
+  for (uint32_t y = 0; y < height; ++y) {
+    BurnSpanBounds(values + uint64_t(y) * width, int(width), values + pixels + y * boundsPerRow);
+  }
   return map;
 }
 
@@ -168,11 +173,16 @@ VekStatus TR_Burn::Process(VekEffectInstance* instance) noexcept {
   // The front runs from the minimum (all A) to 30 past the maximum. Kept on purpose: at progress 1
   // the pixels at the maximum show flame colour 0, never B.
   const int32_t threshold = ProgressWeight(frame.progress, state.maximum - state.minimum + kBurnBand) + state.minimum;
-  const int32_t* values = map->Values();
+  // Rows that mix both sources stream every store on large frames, where the caches cannot keep
+  // the output beside A, B and the map.
+  const RunWriter writer = RunWriter::For(frame);
+  const std::size_t boundsPerRow = 2 * BurnSpans(std::size_t(frame.width));
   ForEachRow(frame.rows, [&](int y) {
     const std::size_t offset = std::size_t(y) * frame.rowBytes;
-    BurnRowSse2(values + std::size_t(y) * std::size_t(frame.width), frame.sourceA + offset, frame.sourceB + offset,
-                frame.output + offset, frame.width, threshold, &state.flame[0][0]);
+    BurnRowSse2(map->Values() + std::size_t(y) * std::size_t(frame.width),
+                map->SpanBounds() + std::size_t(y) * boundsPerRow, frame.sourceA + offset, frame.sourceB + offset,
+                frame.output + offset, frame.width, threshold, &state.flame[0][0], writer.copy);
   });
+  writer.Finish();
   return VEK_S_OK;
 }

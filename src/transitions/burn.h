@@ -2,18 +2,21 @@
 // generator, which the caller seeds.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace vek {
 
-// The frame size a map was built for, followed by its values: one a pixel, row-major. Keeping the
-// size with the values lets Process refuse a frame the map does not cover instead of reading past it.
+// The frame size a map was built for, followed by its values: one a pixel, row-major; then the
+// bounds of every row's spans (BurnSpanBounds). Keeping the size with the values lets Process refuse
+// a frame the map does not cover instead of reading past it.
 struct BurnMap {
   uint32_t width;
   uint32_t height;
 
   int32_t* Values() noexcept { return reinterpret_cast<int32_t*>(this + 1); }
   const int32_t* Values() const noexcept { return reinterpret_cast<const int32_t*>(this + 1); }
+  const int32_t* SpanBounds() const noexcept { return Values() + std::size_t(width) * height; }
 };
 
 // Diamond-square midpoint displacement on a wrapping power-of-two grid: at every level the

@@ -78,6 +78,14 @@ void BurnRowScalar(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8
   }
 }
 
+void BurnSpanBounds(const int32_t* map, int pixels, int32_t* bounds) {
+  for (int x0 = 0; x0 < pixels; x0 += kBurnSpan, bounds += 2) {
+    const auto [low, high] = std::minmax_element(map + x0, map + std::min(pixels, x0 + kBurnSpan));
+    bounds[0] = *low;
+    bounds[1] = *high;
+  }
+}
+
 void ThresholdRowScalar(const uint8_t* key, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int limit,
                         bool lumaKey) {
   for (int x = 0; x < pixels; ++x) {
@@ -88,9 +96,19 @@ void ThresholdRowScalar(const uint8_t* key, const uint8_t* a, const uint8_t* b, 
 }
 
 namespace {
+
 int NegativeLuma(const uint8_t* pixel) {
   return ~((1053 * pixel[2] + 2064 * pixel[1] + 401 * pixel[0] + 67584) >> 12) & 255;
 }
+
+int Tone(int negative, int shift) {
+  const int u = shift + 4 * negative;
+  return u > negative ? std::min(u, 255) : negative;
+}
+
+// The luma of the grey (g, g, g).
+int GreyLuma(int grey) { return (3518 * grey + 67584) >> 12; }
+
 }  // namespace
 
 void XRayNegativeRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight) {
@@ -103,17 +121,24 @@ void XRayNegativeRowScalar(const uint8_t* source, uint8_t* out, int pixels, int 
 
 void XRayToneRowScalar(const uint8_t* source, uint8_t* out, int pixels, int shift) {
   for (int x = 0; x < pixels; ++x, source += 4, out += 4) {
-    const int negative = NegativeLuma(source), u = shift + 4 * negative;
-    out[0] = out[1] = out[2] = uint8_t(u > negative ? std::min(u, 255) : negative);
+    out[0] = out[1] = out[2] = uint8_t(Tone(NegativeLuma(source), shift));
     out[3] = source[3];
   }
 }
 
-void XRayLumaRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* lumaTarget) {
+void XRayLumaNegativeRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight) {
   for (int x = 0; x < pixels; ++x, source += 4, out += 4) {
     out[0] = uint8_t(source[0] + (((128 - source[0]) * weight) >> 10));
     out[1] = uint8_t(source[1] + (((128 - source[1]) * weight) >> 10));
-    out[2] = uint8_t(source[2] + (((lumaTarget[source[2]] - source[2]) * weight) >> 10));
+    out[2] = uint8_t(source[2] + (((GreyLuma(255 - source[2]) - source[2]) * weight) >> 10));
+    out[3] = source[3];
+  }
+}
+
+void XRayLumaToneRowScalar(const uint8_t* source, uint8_t* out, int pixels, int shift) {
+  for (int x = 0; x < pixels; ++x, source += 4, out += 4) {
+    out[0] = out[1] = 128;
+    out[2] = uint8_t(GreyLuma(Tone(255 - source[2], shift)));
     out[3] = source[3];
   }
 }
@@ -122,6 +147,22 @@ void TowardColourRowScalar(const uint8_t* source, uint8_t* out, int pixels, int 
   for (int x = 0; x < pixels; ++x, source += 4, out += 4) {
     for (int c = 0; c < 3; ++c) out[c] = uint8_t(source[c] + (((colour[c] - source[c]) * weight) >> 10));
     out[3] = source[3];
+  }
+}
+
+void FallGatherRowScalar(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                         bool lumaChroma) {
+  for (int x = 0; x < pixels; ++x) {
+    const uint8_t* chosen = b + std::size_t(x) * 4;
+    for (int k = 0; k < count; ++k) {
+      const uint8_t* p = candidates[k] + std::size_t(x) * 4;
+      const int tone = lumaChroma ? (p[2] + 31) >> 6 : (p[0] + p[1] + p[2]) >> 7;
+      if (std::max(tone, 1) == k + 1) {
+        chosen = p;
+        break;
+      }
+    }
+    std::memcpy(out + std::size_t(x) * 4, chosen, 4);
   }
 }
 

@@ -23,6 +23,11 @@ void AlphaOverRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixe
 // `to` of an output row. Nothing is copied for a count of 0 or less.
 void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
 using CopyPixelsFn = void (*)(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
+// The same with 16-byte vector moves. From a few kilobytes on, the C library copies with a string
+// move, which some processors run far slower when the output lies just past the source within its
+// page (as a host's frames allocated one after the other do); the pattern transitions copy their
+// rows with this instead.
+void CopyPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
 // The same with non-temporal stores only, so that writing a large output does not push the sources
 // out of the caches. StreamFenceSse2 orders them before anything written after it, and makes them
 // visible to other threads.
@@ -65,8 +70,16 @@ void SampledLerpRowSse2(const uint8_t* a, const int* columnsA, const uint8_t* b,
 inline constexpr int kBurnBand = 30;
 void BurnRowScalar(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels,
                    int32_t threshold, const uint8_t* flame);
-void BurnRowSse2(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int32_t threshold,
-                 const uint8_t* flame);
+// A row of the map cut into spans of kBurnSpan pixels (the last one shorter): `bounds` receives the
+// lowest and the highest value of each span. Most spans lie wholly on one side of the front, so
+// the vector burn copies them from A or B without reading their values. It writes every pixel
+// through `copy`, the spans the front crosses from a buffer of their own, so that a streaming copy
+// makes every store of the row stream.
+inline constexpr int kBurnSpan = 64;
+constexpr std::size_t BurnSpans(std::size_t pixels) { return (pixels + kBurnSpan - 1) / kBurnSpan; }
+void BurnSpanBounds(const int32_t* map, int pixels, int32_t* bounds);
+void BurnRowSse2(const int32_t* map, const int32_t* spanBounds, const uint8_t* a, const uint8_t* b, uint8_t* out,
+                 int pixels, int32_t threshold, const uint8_t* flame, CopyPixelsFn copy);
 
 // Threshold: A's pixel where the key pixel is at least `limit` bright, else B's. An ARGB key's
 // brightness is the sum of bytes 0..2 (the limit is then 3t), a luma/chroma key's its byte 2.
@@ -77,15 +90,20 @@ void ThresholdRowSse2(const uint8_t* key, const uint8_t* a, const uint8_t* b, ui
 
 // X-ray, ARGB, with Y the pixel's luma and n = 255 - Y its negative grey. The negative phase moves
 // each colour byte c to (c * (1024 - weight) + n * weight) >> 10; the tone phase sets all three to
-// the tone of n: u = shift + 4n, capped at 255, where u is above n, else n. Alpha is kept.
+// the tone of n: u = shift + 4n (shift -765..255), capped at 255, where u is above n, else n. Alpha
+// is kept.
 void XRayNegativeRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight);
 void XRayNegativeRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight);
 void XRayToneRowScalar(const uint8_t* source, uint8_t* out, int pixels, int shift);
 void XRayToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift);
-// X-ray, luma/chroma, both first phases: the luma Y moves toward lumaTarget[Y] and both chroma bytes
-// toward 128 (grey), each byte c to c + floor((target - c) * weight / 1024). Alpha is kept.
-void XRayLumaRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* lumaTarget);
-void XRayLumaRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* lumaTarget);
+// X-ray, luma/chroma: the same greys, as the luma of (g, g, g) with chroma 128. The negative phase
+// moves the luma Y toward the luma of the grey 255 - Y and both chroma bytes toward 128, each byte c
+// to c + floor((target - c) * weight / 1024); the tone phase gives the luma of the grey that the
+// ARGB tone phase makes of n = 255 - Y, and chroma 128. Alpha is kept.
+void XRayLumaNegativeRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight);
+void XRayLumaNegativeRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight);
+void XRayLumaToneRowScalar(const uint8_t* source, uint8_t* out, int pixels, int shift);
+void XRayLumaToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift);
 // Colour bytes 0..2 move toward colour[0..2], c + floor((colour - c) * weight / 1024), weight
 // 0..1024; alpha is kept.
 void TowardColourRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
@@ -97,5 +115,13 @@ void TowardColourRowSse2(const uint8_t* source, uint8_t* out, int pixels, int we
 // Rows are rowBytes apart in `out`.
 void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
                  int64_t fall, int parity, bool lumaChroma);
+// The same gathered for one output row, once no more than kMostGathered source rows can land on it:
+// candidates[k] is the source row k + 1 falls above it, nearest first, and an output pixel takes the
+// pixel of the nearest candidate whose class is k + 1, else B's.
+inline constexpr int kMostGathered = 3;
+void FallGatherRowScalar(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                         bool lumaChroma);
+void FallGatherRowSse2(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                       bool lumaChroma);
 
 }  // namespace vek

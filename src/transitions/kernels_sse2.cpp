@@ -71,40 +71,9 @@ inline __m128i Select(__m128i mask, __m128i ifSet, __m128i ifClear) {
   return _mm_or_si128(_mm_and_si128(mask, ifSet), _mm_andnot_si128(mask, ifClear));
 }
 
-// c + floor((target - c) * weight / 1024) in the colour lanes, c in the alpha lanes: mulhi of
-// (target - c) * 64 and the weight (at most 1024) is exactly that floor, and neither factor overflows.
-inline __m128i TowardTarget(__m128i pixels16, __m128i targets16, __m128i weights) {
-  const __m128i colourLanes = _mm_setr_epi16(-1, -1, -1, 0, -1, -1, -1, 0);
-  const __m128i difference = _mm_and_si128(_mm_sub_epi16(targets16, pixels16), colourLanes);
-  return _mm_add_epi16(pixels16, _mm_mulhi_epi16(_mm_slli_epi16(difference, 6), weights));
-}
-
-// Four 32-bit values, each repeated over its pixel's four 16-bit lanes: pixels 0 and 1, or 2 and 3.
-inline __m128i SpreadLow(__m128i values) {
-  const __m128i pairs = _mm_unpacklo_epi32(values, values);
-  return _mm_or_si128(pairs, _mm_slli_epi32(pairs, 16));
-}
-inline __m128i SpreadHigh(__m128i values) {
-  const __m128i pairs = _mm_unpackhi_epi32(values, values);
-  return _mm_or_si128(pairs, _mm_slli_epi32(pairs, 16));
-}
-
-// The negative luma 255 - Y of four ARGB pixels given as 16-bit lanes, one per 32-bit lane: madd
-// gives 401 B + 2064 G and 1053 R in neighbouring lanes, and the even and odd lanes are summed.
-inline __m128i NegativeLuma4(__m128i low16, __m128i high16) {
-  const __m128i factors = _mm_setr_epi16(401, 2064, 1053, 0, 401, 2064, 1053, 0);
-  const __m128 partsLow = _mm_castsi128_ps(_mm_madd_epi16(low16, factors));
-  const __m128 partsHigh = _mm_castsi128_ps(_mm_madd_epi16(high16, factors));
-  const __m128i even = _mm_castps_si128(_mm_shuffle_ps(partsLow, partsHigh, _MM_SHUFFLE(2, 0, 2, 0)));
-  const __m128i odd = _mm_castps_si128(_mm_shuffle_ps(partsLow, partsHigh, _MM_SHUFFLE(3, 1, 3, 1)));
-  const __m128i luma = _mm_srli_epi32(_mm_add_epi32(_mm_add_epi32(even, odd), _mm_set1_epi32(67584)), 12);
-  return _mm_sub_epi32(_mm_set1_epi32(255), luma);
-}
-
-}  // namespace
-
-void BurnRowSse2(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int32_t threshold,
-                 const uint8_t* flame) {
+// The burn of `pixels` pixels of one span the front passes through.
+void BurnSpanSse2(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels,
+                  int32_t threshold, const uint8_t* flame) {
   const __m128i belowA = _mm_set1_epi32(threshold - 1);           // value >= threshold shows A
   const __m128i bandStart = _mm_set1_epi32(threshold - kBurnBand);  // value below it shows B
   const __m128i zero = _mm_setzero_si128();
@@ -139,8 +108,35 @@ void BurnRowSse2(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8_t
       Store(out + at, mixed);
     }
   }
-  BurnRowScalar(map + x, a + std::size_t(x) * 4, b + std::size_t(x) * 4, out + std::size_t(x) * 4, pixels - x,
-                threshold, flame);
+  const std::size_t at = std::size_t(x) * 4;
+  BurnRowScalar(map + x, a + at, b + at, out + at, pixels - x, threshold, flame);
+}
+
+}  // namespace
+
+void BurnRowSse2(const int32_t* map, const int32_t* spanBounds, const uint8_t* a, const uint8_t* b, uint8_t* out,
+                 int pixels, int32_t threshold, const uint8_t* flame, CopyPixelsFn copy) {
+  const int64_t bandStart = int64_t(threshold) - kBurnBand;
+  // Neighbouring spans that show the same source whole are copied as one run; a crossed span is
+  // put together aside and copied like a run.
+  uint8_t crossedSpan[kBurnSpan * 4];
+  const uint8_t* runSource = nullptr;
+  int runStart = 0;
+  for (int x = 0; x < pixels; x += kBurnSpan, spanBounds += 2) {
+    const uint8_t* whole = spanBounds[0] >= threshold ? a : spanBounds[1] < bandStart ? b : nullptr;
+    if (runSource && whole != runSource) copy(runSource, runStart, out, runStart, x - runStart);
+    if (whole) {
+      if (whole != runSource) runStart = x;
+      runSource = whole;
+      continue;
+    }
+    runSource = nullptr;
+    const int count = std::min(kBurnSpan, pixels - x);
+    const std::size_t at = std::size_t(x) * 4;
+    BurnSpanSse2(map + x, a + at, b + at, crossedSpan, count, threshold, flame);
+    copy(crossedSpan, 0, out, x, count);
+  }
+  if (runSource) copy(runSource, runStart, out, runStart, pixels - runStart);
 }
 
 void ThresholdRowSse2(const uint8_t* key, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int limit,
@@ -160,63 +156,147 @@ void ThresholdRowSse2(const uint8_t* key, const uint8_t* a, const uint8_t* b, ui
   ThresholdRowScalar(key, a, b, out, pixels - x, limit, lumaKey);
 }
 
+namespace {
+
+// The X-ray kernels keep a pixel's bytes in two registers of 16-bit lanes: the even bytes (0 and 2)
+// and the odd ones (1 and 3), one pixel to a 32-bit lane, so that a pixel's sums need no shuffling
+// and its two halves go back together with one shift.
+inline __m128i EvenBytes(__m128i pixels) { return _mm_and_si128(pixels, _mm_set1_epi16(0xFF)); }
+inline __m128i OddBytes(__m128i pixels) { return _mm_srli_epi16(pixels, 8); }
+inline __m128i Interleave(__m128i even, __m128i odd) { return _mm_or_si128(even, _mm_slli_epi16(odd, 8)); }
+
+// 255 - Y of four ARGB pixels, one to a 32-bit lane. With the factors negated the sum is -(401 B +
+// 1053 R + 2064 G), and 255 - ((s + 67584) >> 12) is (980991 - s) >> 12, never negative.
+inline __m128i NegativeLuma4(__m128i even, __m128i odd) {
+  const __m128i evenFactors = _mm_set1_epi32(int(uint32_t(-1053) << 16 | uint16_t(-401)));
+  const __m128i oddFactors = _mm_set1_epi32(uint16_t(-2064));
+  const __m128i sum = _mm_add_epi32(_mm_madd_epi16(even, evenFactors), _mm_madd_epi16(odd, oddFactors));
+  return _mm_srai_epi32(_mm_add_epi32(sum, _mm_set1_epi32(980991)), 12);
+}
+
+// The negative luma of eight ARGB pixels as 16-bit lanes.
+inline __m128i NegativeLuma8(__m128i first, __m128i second) {
+  return _mm_packs_epi32(NegativeLuma4(EvenBytes(first), OddBytes(first)),
+                         NegativeLuma4(EvenBytes(second), OddBytes(second)));
+}
+
+// c + floor((target - c) * weight / 1024): mulhi of (target - c) * 64 and the weight (at most
+// 1024) is exactly that floor, and neither factor overflows. A lane of weight 0 keeps c.
+inline __m128i Toward(__m128i c, __m128i target, __m128i weights) {
+  return _mm_add_epi16(c, _mm_mulhi_epi16(_mm_slli_epi16(_mm_sub_epi16(target, c), 6), weights));
+}
+
+// The tone of negative greys n: max(n, min(shift + 4n, 255)), which is min(shift + 4n, 255) where
+// that is above n, else n. shift + 4n lies in -765..1275, within a 16-bit lane.
+inline __m128i Tone(__m128i negative, __m128i shifts) {
+  const __m128i raised = _mm_add_epi16(shifts, _mm_slli_epi16(negative, 2));
+  return _mm_max_epi16(negative, _mm_min_epi16(raised, _mm_set1_epi16(255)));
+}
+
+}  // namespace
+
 void XRayNegativeRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight) {
-  const __m128i zero = _mm_setzero_si128(), weights = _mm_set1_epi16(int16_t(weight));
+  // The odd lanes hold green and alpha, which keeps its byte through a weight of 0.
+  const __m128i evenWeights = _mm_set1_epi16(int16_t(weight)), oddWeights = _mm_set1_epi32(weight);
   int x = 0;
-  for (; x + 4 <= pixels; x += 4, source += 16, out += 16) {
-    const __m128i v = Load(source);
-    const __m128i low = _mm_unpacklo_epi8(v, zero), high = _mm_unpackhi_epi8(v, zero);
-    const __m128i negative = NegativeLuma4(low, high);
-    Store(out, _mm_packus_epi16(TowardTarget(low, SpreadLow(negative), weights),
-                                TowardTarget(high, SpreadHigh(negative), weights)));
+  for (; x + 8 <= pixels; x += 8, source += 32, out += 32) {
+    const __m128i first = Load(source), second = Load(source + 16);
+    const __m128i negative = NegativeLuma8(first, second);
+    const __m128i firstTargets = _mm_unpacklo_epi16(negative, negative);
+    const __m128i secondTargets = _mm_unpackhi_epi16(negative, negative);
+    Store(out, Interleave(Toward(EvenBytes(first), firstTargets, evenWeights),
+                          Toward(OddBytes(first), firstTargets, oddWeights)));
+    Store(out + 16, Interleave(Toward(EvenBytes(second), secondTargets, evenWeights),
+                               Toward(OddBytes(second), secondTargets, oddWeights)));
   }
   XRayNegativeRowScalar(source, out, pixels - x, weight);
 }
 
 void XRayToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift) {
-  const __m128i zero = _mm_setzero_si128(), alpha = _mm_set1_epi32(int(0xFF000000u));
-  const __m128i shifts = _mm_set1_epi32(shift), white = _mm_set1_epi32(255);
+  const __m128i shifts = _mm_set1_epi16(int16_t(shift)), alpha = _mm_set1_epi32(int(0xFF000000u));
   int x = 0;
-  for (; x + 4 <= pixels; x += 4, source += 16, out += 16) {
-    const __m128i v = Load(source);
-    const __m128i negative = NegativeLuma4(_mm_unpacklo_epi8(v, zero), _mm_unpackhi_epi8(v, zero));
-    const __m128i u = _mm_add_epi32(shifts, _mm_slli_epi32(negative, 2));
-    const __m128i capped = Select(_mm_cmpgt_epi32(u, white), white, u);
-    const __m128i grey = Select(_mm_cmpgt_epi32(u, negative), capped, negative);
-    const __m128i greys = _mm_or_si128(grey, _mm_or_si128(_mm_slli_epi32(grey, 8), _mm_slli_epi32(grey, 16)));
-    Store(out, _mm_or_si128(greys, _mm_and_si128(v, alpha)));
+  for (; x + 8 <= pixels; x += 8, source += 32, out += 32) {
+    const __m128i first = Load(source), second = Load(source + 16);
+    const __m128i grey = Tone(NegativeLuma8(first, second), shifts);
+    // Bytes g g in each 16-bit lane, then g g g 0 in each pixel.
+    const __m128i greyBytes = _mm_packus_epi16(grey, grey);
+    const __m128i greyPairs = _mm_unpacklo_epi8(greyBytes, greyBytes);
+    Store(out, _mm_or_si128(_mm_unpacklo_epi16(greyPairs, grey), _mm_and_si128(first, alpha)));
+    Store(out + 16, _mm_or_si128(_mm_unpackhi_epi16(greyPairs, grey), _mm_and_si128(second, alpha)));
   }
   XRayToneRowScalar(source, out, pixels - x, shift);
 }
 
-void XRayLumaRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* lumaTarget) {
-  const __m128i zero = _mm_setzero_si128(), weights = _mm_set1_epi16(int16_t(weight));
-  const __m128i lumaLanes = _mm_setr_epi16(0, 0, -1, 0, 0, 0, -1, 0);
-  const __m128i neutralChroma = _mm_setr_epi16(128, 128, 0, 0, 128, 128, 0, 0);
+namespace {
+
+// The luma of greys given one to a 32-bit lane: (3518 g + 67584) >> 12.
+inline __m128i GreyLuma4(__m128i greys) {
+  return _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(greys, _mm_set1_epi32(3518)), _mm_set1_epi32(67584)), 12);
+}
+
+}  // namespace
+
+void XRayLumaNegativeRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight) {
+  // Even lanes hold V and Y, odd ones U and alpha, which a weight of 0 keeps.
+  const __m128i evenWeights = _mm_set1_epi16(int16_t(weight)), oddWeights = _mm_set1_epi32(weight);
+  const __m128i neutral = _mm_set1_epi16(128);
+  // The grey luma of 255 - Y: (3518 (255 - Y) + 67584) >> 12 = (964674 - 3518 Y) >> 12.
+  const __m128i lumaFactor = _mm_set1_epi32(int(uint32_t(-3518) << 16)), greyBase = _mm_set1_epi32(964674);
   int x = 0;
   for (; x + 4 <= pixels; x += 4, source += 16, out += 16) {
-    const __m128i v = Load(source);
-    const __m128i low = _mm_unpacklo_epi8(v, zero), high = _mm_unpackhi_epi8(v, zero);
-    const __m128i lumas =
-        _mm_setr_epi32(lumaTarget[source[2]], lumaTarget[source[6]], lumaTarget[source[10]], lumaTarget[source[14]]);
-    const __m128i targetsLow = _mm_or_si128(_mm_and_si128(SpreadLow(lumas), lumaLanes), neutralChroma);
-    const __m128i targetsHigh = _mm_or_si128(_mm_and_si128(SpreadHigh(lumas), lumaLanes), neutralChroma);
-    Store(out, _mm_packus_epi16(TowardTarget(low, targetsLow, weights), TowardTarget(high, targetsHigh, weights)));
+    const __m128i pixels4 = Load(source);
+    const __m128i even = EvenBytes(pixels4), odd = OddBytes(pixels4);
+    const __m128i lumaTargets = _mm_srai_epi32(_mm_add_epi32(_mm_madd_epi16(even, lumaFactor), greyBase), 12);
+    const __m128i evenTargets = _mm_or_si128(_mm_slli_epi32(lumaTargets, 16), _mm_set1_epi32(128));
+    Store(out, Interleave(Toward(even, evenTargets, evenWeights), Toward(odd, neutral, oddWeights)));
   }
-  XRayLumaRowScalar(source, out, pixels - x, weight, lumaTarget);
+  XRayLumaNegativeRowScalar(source, out, pixels - x, weight);
+}
+
+void XRayLumaToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift) {
+  const __m128i shifts = _mm_set1_epi16(int16_t(shift)), lowByte = _mm_set1_epi32(0xFF);
+  const __m128i white = _mm_set1_epi16(255), zero = _mm_setzero_si128();
+  const __m128i alpha = _mm_set1_epi32(int(0xFF000000u)), neutral = _mm_set1_epi32(0x8080);
+  int x = 0;
+  for (; x + 8 <= pixels; x += 8, source += 32, out += 32) {
+    const __m128i first = Load(source), second = Load(source + 16);
+    const __m128i luma = _mm_packs_epi32(_mm_and_si128(_mm_srli_epi32(first, 16), lowByte),
+                                         _mm_and_si128(_mm_srli_epi32(second, 16), lowByte));
+    const __m128i grey = Tone(_mm_sub_epi16(white, luma), shifts);
+    const __m128i firstLuma = GreyLuma4(_mm_unpacklo_epi16(grey, zero));
+    const __m128i secondLuma = GreyLuma4(_mm_unpackhi_epi16(grey, zero));
+    Store(out, _mm_or_si128(_mm_or_si128(_mm_slli_epi32(firstLuma, 16), neutral), _mm_and_si128(first, alpha)));
+    Store(out + 16, _mm_or_si128(_mm_or_si128(_mm_slli_epi32(secondLuma, 16), neutral), _mm_and_si128(second, alpha)));
+  }
+  XRayLumaToneRowScalar(source, out, pixels - x, shift);
 }
 
 void TowardColourRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour) {
-  const __m128i zero = _mm_setzero_si128(), weights = _mm_set1_epi16(int16_t(weight));
-  const __m128i targets = _mm_setr_epi16(colour[0], colour[1], colour[2], 0, colour[0], colour[1], colour[2], 0);
+  const __m128i evenWeights = _mm_set1_epi16(int16_t(weight)), oddWeights = _mm_set1_epi32(weight);
+  const __m128i evenTargets = _mm_set1_epi32(colour[2] << 16 | colour[0]), oddTargets = _mm_set1_epi32(colour[1]);
   int x = 0;
   for (; x + 4 <= pixels; x += 4, source += 16, out += 16) {
-    const __m128i v = Load(source);
-    Store(out, _mm_packus_epi16(TowardTarget(_mm_unpacklo_epi8(v, zero), targets, weights),
-                                TowardTarget(_mm_unpackhi_epi8(v, zero), targets, weights)));
+    const __m128i pixels4 = Load(source);
+    Store(out, Interleave(Toward(EvenBytes(pixels4), evenTargets, evenWeights),
+                          Toward(OddBytes(pixels4), oddTargets, oddWeights)));
   }
   TowardColourRowScalar(source, out, pixels - x, weight, colour);
 }
+
+namespace {
+
+// The tone class of four pixels, one to a 32-bit lane: (byte 0 + byte 1 + byte 2) >> 7, or
+// (luma + 31) >> 6 in the luma/chroma layout.
+inline __m128i ToneClass4(__m128i pixels, bool lumaChroma) {
+  const __m128i lowByte = _mm_set1_epi32(0xFF);
+  const __m128i luma = _mm_and_si128(_mm_srli_epi32(pixels, 16), lowByte);
+  if (lumaChroma) return _mm_srli_epi32(_mm_add_epi32(luma, _mm_set1_epi32(31)), 6);
+  const __m128i sum = _mm_add_epi32(_mm_add_epi32(luma, _mm_and_si128(pixels, lowByte)),
+                                    _mm_and_si128(_mm_srli_epi32(pixels, 8), lowByte));
+  return _mm_srli_epi32(sum, 7);
+}
+
+}  // namespace
 
 void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
                  int64_t fall, int parity, bool lumaChroma) {
@@ -230,7 +310,6 @@ void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowByte
     const bool visited = row < height && (parity < 0 || (row & 1) == parity);
     landing[m] = visited ? out + std::size_t(row) * rowBytes : nullptr;
   }
-  const __m128i lowByte = _mm_set1_epi32(0xFF);
   for (int x0 = 0; x0 < pixels; x0 += kChunk) {
     const int count = std::min(kChunk, pixels - x0);
     uint8_t* target[6];
@@ -239,13 +318,7 @@ void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowByte
     const uint8_t* s = source + std::size_t(x0) * 4;
     int k = 0;
     for (; k + 4 <= count; k += 4) {
-      const __m128i v = Load(s + k * 4);
-      const __m128i luma = _mm_and_si128(_mm_srli_epi32(v, 16), lowByte);
-      const __m128i tone =
-          lumaChroma ? _mm_srli_epi32(_mm_add_epi32(luma, _mm_set1_epi32(31)), 6)
-                     : _mm_srli_epi32(_mm_add_epi32(_mm_add_epi32(luma, _mm_and_si128(v, lowByte)),
-                                                    _mm_and_si128(_mm_srli_epi32(v, 8), lowByte)),
-                                      7);
+      const __m128i tone = ToneClass4(Load(s + k * 4), lumaChroma);
       std::memcpy(target[_mm_cvtsi128_si32(tone)] + k * 4, s + k * 4, 4);
       std::memcpy(target[_mm_extract_epi16(tone, 2)] + k * 4 + 4, s + k * 4 + 4, 4);
       std::memcpy(target[_mm_extract_epi16(tone, 4)] + k * 4 + 8, s + k * 4 + 8, 4);
@@ -256,6 +329,49 @@ void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowByte
       std::memcpy(target[lumaChroma ? (p[2] + 31) >> 6 : (p[0] + p[1] + p[2]) >> 7] + k * 4, p, 4);
     }
   }
+}
+
+namespace {
+
+template <int kCount, bool kLumaChroma>
+int FallGatherRowSse2(const uint8_t* const* candidates, const uint8_t* b, uint8_t* out, int pixels) {
+  int x = 0;
+  for (; x + 4 <= pixels; x += 4) {
+    const std::size_t at = std::size_t(x) * 4;
+    __m128i chosen = Load(b + at);
+    // The farthest candidate first, so that a nearer one, from a lower source row, wins.
+    for (int k = kCount - 1; k >= 0; --k) {
+      const __m128i pixels4 = Load(candidates[k] + at), tone = ToneClass4(pixels4, kLumaChroma);
+      // The nearest row takes classes 0 and 1, the row k + 1 units up class k + 1.
+      const __m128i lands =
+          k == 0 ? _mm_cmplt_epi32(tone, _mm_set1_epi32(2)) : _mm_cmpeq_epi32(tone, _mm_set1_epi32(k + 1));
+      chosen = Select(lands, pixels4, chosen);
+    }
+    Store(out + at, chosen);
+  }
+  return x;
+}
+
+template <bool kLumaChroma>
+int FallGatherRowSse2(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels) {
+  static_assert(kMostGathered == 3, "a case for every count");
+  switch (count) {
+    case 0: return FallGatherRowSse2<0, kLumaChroma>(candidates, b, out, pixels);
+    case 1: return FallGatherRowSse2<1, kLumaChroma>(candidates, b, out, pixels);
+    case 2: return FallGatherRowSse2<2, kLumaChroma>(candidates, b, out, pixels);
+    default: return FallGatherRowSse2<kMostGathered, kLumaChroma>(candidates, b, out, pixels);
+  }
+}
+
+}  // namespace
+
+void FallGatherRowSse2(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                       bool lumaChroma) {
+  const int x = lumaChroma ? FallGatherRowSse2<true>(candidates, count, b, out, pixels)
+                           : FallGatherRowSse2<false>(candidates, count, b, out, pixels);
+  const uint8_t* rest[kMostGathered];
+  for (int k = 0; k < count; ++k) rest[k] = candidates[k] + std::size_t(x) * 4;
+  FallGatherRowScalar(rest, count, b + std::size_t(x) * 4, out + std::size_t(x) * 4, pixels - x, lumaChroma);
 }
 
 namespace {
@@ -287,6 +403,22 @@ void SampledLerpRowSse2(const uint8_t* a, const int* columnsA, const uint8_t* b,
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + std::size_t(x) * 4), _mm_packus_epi16(low, high));
   }
   SampledLerpRowScalar(a, columnsA + x, b, columnsB + x, out + std::size_t(x) * 4, pixels - x, weight);
+}
+
+void CopyPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels) {
+  const uint8_t* s = source + std::size_t(from) * 4;
+  uint8_t* d = out + std::size_t(to) * 4;
+  const std::size_t bytes = pixels > 0 ? std::size_t(pixels) * 4 : 0;
+  std::size_t i = 0;
+  for (; i + 64 <= bytes; i += 64) {
+    const __m128i x0 = Load(s + i), x1 = Load(s + i + 16), x2 = Load(s + i + 32), x3 = Load(s + i + 48);
+    Store(d + i, x0);
+    Store(d + i + 16, x1);
+    Store(d + i + 32, x2);
+    Store(d + i + 48, x3);
+  }
+  for (; i + 16 <= bytes; i += 16) Store(d + i, Load(s + i));
+  for (; i < bytes; i += 4) std::memcpy(d + i, s + i, 4);
 }
 
 void StreamPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels) {

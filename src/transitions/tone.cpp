@@ -1,6 +1,4 @@
 // DSP_TR_Threshold, DSP_TR_XRay, DSP_TR_ColorSplit: transitions driven by the brightness of the pictures.
-#include <algorithm>
-#include <cstring>
 
 #include "transitions/kernels.h"
 #include "transitions/transition.h"
@@ -16,12 +14,8 @@ VekStatus CheckOnly(VekEffectInstance* instance) { return instance ? VEK_S_OK : 
 bool IsLumaChroma(const VekEffectInstance& instance) { return instance.colourLayout == VEK_LAYOUT_LUMA_CHROMA; }
 
 void CopyRow(const TransitionFrame& frame, const uint8_t* source, int y) {
-  const std::size_t offset = std::size_t(y) * frame.rowBytes;
-  std::memcpy(frame.output + offset, source + offset, frame.rowBytes);
+  CopyPixelsSse2(source + std::size_t(y) * frame.rowBytes, 0, frame.OutputRow(y), 0, frame.width);
 }
-
-// The luma of the grey (g, g, g).
-uint8_t GreyLuma(int grey) { return VekRgbToYuv(uint8_t(grey), uint8_t(grey), uint8_t(grey)).y; }
 
 }  // namespace
 
@@ -90,37 +84,26 @@ VekStatus TR_XRay::Process(VekEffectInstance* instance) noexcept {
   if (!frame.HasBuffers()) return VEK_E_FAIL;
   const bool lumaChroma = IsLumaChroma(*instance);
   const float p = ClampedProgress(frame.progress);
-  auto eachRow = [&](auto&& row) {
-    for (int y = 0; y < frame.height; ++y) row(std::size_t(y) * frame.rowBytes);
+  auto eachRow = [&](const uint8_t* source, auto&& row) {
+    for (int y = 0; y < frame.height; ++y) {
+      const std::size_t at = std::size_t(y) * frame.rowBytes;
+      row(source + at, frame.output + at, frame.width);
+    }
   };
-  // Luma/chroma frames reach the same greys: grey g has luma GreyLuma(g) and chroma 128, and the
-  // luma kernel takes the target luma by the pixel's luma.
-  uint8_t lumaTargets[256];
-  auto lumaRows = [&](const uint8_t* source, int weight) {
-    eachRow([&](std::size_t at) { XRayLumaRowSse2(source + at, frame.output + at, frame.width, weight, lumaTargets); });
-  };
+  // Luma/chroma frames reach the same greys: grey g has the luma of (g, g, g) and chroma 128.
   if (p <= 0.4f) {
     // A turns into its grey negative n = 255 - Y: c becomes (c * (1024 - k) + n * k) >> 10.
     const int k = int(p * 2.5f * 1024.0f);
-    if (lumaChroma) {
-      for (int luma = 0; luma < 256; ++luma) lumaTargets[luma] = GreyLuma(255 - luma);
-      lumaRows(frame.sourceA, k);
-    } else {
-      eachRow([&](std::size_t at) { XRayNegativeRowSse2(frame.sourceA + at, frame.output + at, frame.width, k); });
-    }
+    eachRow(frame.sourceA, [&](const uint8_t* source, uint8_t* out, int pixels) {
+      (lumaChroma ? XRayLumaNegativeRowSse2 : XRayNegativeRowSse2)(source, out, pixels, k);
+    });
   } else if (p <= 0.8f) {
     // The negative burns out: every colour byte becomes T[n], T[v] = min(shift + 4v, 255) where that
     // is above v, else v; T runs from the identity (shift -765) to white everywhere (shift 255).
     const int shift = int((p * 2.5f - 1.0f) * 4.0f * 255.0f - 765.0f);
-    if (lumaChroma) {
-      for (int luma = 0; luma < 256; ++luma) {
-        const int negative = 255 - luma, u = shift + 4 * negative;
-        lumaTargets[luma] = GreyLuma(u > negative ? std::min(u, 255) : negative);
-      }
-      lumaRows(frame.sourceA, 1024);
-    } else {
-      eachRow([&](std::size_t at) { XRayToneRowSse2(frame.sourceA + at, frame.output + at, frame.width, shift); });
-    }
+    eachRow(frame.sourceA, [&](const uint8_t* source, uint8_t* out, int pixels) {
+      (lumaChroma ? XRayLumaToneRowSse2 : XRayToneRowSse2)(source, out, pixels, shift);
+    });
   } else {
     // White fades into B: B's byte c becomes (c * k + (1024 - k) * 255) >> 10, which is c moving
     // toward white by 1024 - k.
@@ -128,8 +111,8 @@ VekStatus TR_XRay::Process(VekEffectInstance* instance) noexcept {
     const VekYuv white = VekRgbToYuv(255, 255, 255);
     const uint8_t whiteBytes[3] = {lumaChroma ? white.v : uint8_t(255), lumaChroma ? white.u : uint8_t(255),
                                    lumaChroma ? white.y : uint8_t(255)};
-    eachRow([&](std::size_t at) {
-      TowardColourRowSse2(frame.sourceB + at, frame.output + at, frame.width, 1024 - k, whiteBytes);
+    eachRow(frame.sourceB, [&](const uint8_t* source, uint8_t* out, int pixels) {
+      TowardColourRowSse2(source, out, pixels, 1024 - k, whiteBytes);
     });
   }
   return VEK_S_OK;
@@ -159,13 +142,30 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
   if (!frame.HasBuffers()) return VEK_E_FAIL;
   const float p = ClampedProgress(frame.progress);
   const int64_t fall = int64_t(float(frame.height) * p * p);
-  ForEachRow(frame.rows, [&](int y) { CopyRow(frame, fall == 0 ? frame.sourceA : frame.sourceB, y); });
-  if (fall == 0) return VEK_S_OK;  // every pixel stays where it is
+  const bool lumaChroma = IsLumaChroma(*instance);
+  if (fall == 0) {  // every pixel stays where it is
+    ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceA, y); });
+    return VEK_S_OK;
+  }
+  // A pixel falls 1 to 5 units. Once few source rows can land on an output row, each output row
+  // gathers its pixels from them and is written once; earlier, checking that many candidates for
+  // every output pixel costs more than sending each source pixel to its landing row.
+  if ((kMostGathered + 1) * fall >= frame.height) {
+    ForEachRow(frame.rows, [&](int y) {
+      const uint8_t* candidates[kMostGathered];
+      int count = 0;
+      for (int64_t from = y - fall; count < kMostGathered && from >= 0; from -= fall) {
+        candidates[count++] = frame.RowA(int(from));
+      }
+      FallGatherRowSse2(candidates, count, frame.RowB(y), frame.OutputRow(y), frame.width, lumaChroma);
+    });
+    return VEK_S_OK;
+  }
+  ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceB, y); });
   const int parity = frame.rows.step == 1 ? -1 : frame.rows.first;
   // Every pixel falls at least one unit, so rows from height - fall on leave the frame whole.
   for (int y = 0; y < frame.height - fall; ++y) {
-    FallRowSse2(frame.sourceA + std::size_t(y) * frame.rowBytes, y, frame.output, frame.rowBytes, frame.width,
-                frame.height, fall, parity, IsLumaChroma(*instance));
+    FallRowSse2(frame.RowA(y), y, frame.output, frame.rowBytes, frame.width, frame.height, fall, parity, lumaChroma);
   }
   return VEK_S_OK;
 }
