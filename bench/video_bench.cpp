@@ -4,6 +4,7 @@
 
 #include "effect_bench.h"
 #include "ratio_reporter.h"
+#include "video/kernels.h"
 
 namespace vek::bench {
 namespace {
@@ -27,6 +28,15 @@ template <class T> std::function<void(uint8_t*)> Store(std::size_t offset, T val
   for (const char* id : {"DSP_VI_AutoLevels", "DSP_VI_AutoContrast", "DSP_VI_Equalize", "DSP_VI_ContrastMask"}) {
     add(std::string(std::string_view(id).substr(7)), {id, size, 0, 0, 1, {}});
   }
+  // The count the first three corrections start with, alone: the least they can cost.
+  RegisterAgainst("ColourHistogram", copy, [size](benchmark::State& s) {
+    const Frames frames(size);
+    for (auto _ : s) {
+      uint32_t histograms[3][256] = {};
+      CountColourBytes(frames.a.data(), frames.bytes / 4, histograms);
+      benchmark::DoNotOptimize(histograms);
+    }
+  });
   add("Mosaic/box", {"DSP_VI_Mosaic", size, 0, 0, 1, {}});
   add("Mosaic/circle", {"DSP_VI_Mosaic", size, 0, 0, 1, Store(24, int32_t(1))});
   return true;

@@ -1,8 +1,9 @@
 // The automatic corrections against their rules, computed here from histograms of the input.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
+#include <cstring>
+#include <string>
 
 #include "effect_run.h"
 
@@ -24,34 +25,38 @@ bool ColourBytesAre(const Frame& frame, uint8_t value) {
   return true;
 }
 
-TEST(AutoCorrections, SwitchedOffTheyCopyTheFrame) {
-  Frame source = Frame::Random(9, 7, 1);
+// Switched off they copy; field modes and the luma/chroma layout still correct the whole frame.
+TEST(AutoCorrections, OffCopiesAndEveryModeCorrectsTheWholeFrame) {
+  Frame source = Frame::Random(25, 21, 1);  // 525 pixels: the cut points move
+  for (uint8_t& byte : source.bytes) byte = uint8_t(60 + byte / 2);
   for (const char* id : {"DSP_VI_AutoLevels", "DSP_VI_AutoContrast", "DSP_VI_Equalize", "DSP_VI_ContrastMask"}) {
-    EXPECT_EQ(EffectRun(id).Set("P1", "off").Render(source).bytes, source.bytes) << id;
+    EXPECT_EQ(EffectRun(id).Set("P1", "off").Render(source, {.fieldMode = 2}).bytes, source.bytes) << id;
+    const Frame frame = EffectRun(id).Render(source);
+    EXPECT_NE(frame.bytes, source.bytes) << id;
+    for (vek::test::RenderMode mode : {vek::test::RenderMode{1, 0, 1, 0}, vek::test::RenderMode{2, 3, 2, 1}}) {
+      EXPECT_EQ(EffectRun(id).Render(source, mode).bytes, frame.bytes) << id << " field " << mode.fieldMode;
+    }
   }
 }
 
-TEST(AutoCorrections, EveryRowIsWrittenInFieldModes) {
-  Frame source = Frame::Random(6, 5, 2);
-  for (const char* id : {"DSP_VI_AutoLevels", "DSP_VI_Equalize", "DSP_VI_ContrastMask"}) {
-    EXPECT_EQ(EffectRun(id).Render(source, {.fieldMode = 1}).bytes, EffectRun(id).Render(source).bytes) << id;
-  }
-}
-
-TEST(LevelsStretch, FlatFrameIsWidenedToSixteenLevels) {
+// 500 pixels or more put both cut points at the value itself, and the spread is widened around
+// it; below 500 the cut counts are 0, the points stay at 0 and 255, and the frame is unchanged.
+// Equalised, a black frame stays black.
+TEST(AutoCorrections, FlatFrames) {
+  auto render = [](const char* id, int width, uint8_t value) {
+    Frame flat = Flat(width, 20, value);
+    return EffectRun(id).Render(flat);
+  };
   for (uint8_t value : {8, 100, 247}) {
-    Frame flat = Flat(25, 20, value);  // 500 pixels: the cut points find the value itself
-    Frame out = EffectRun("DSP_VI_AutoLevels").Render(flat);
-    EXPECT_TRUE(ColourBytesAre(out, 127)) << int(value);
+    const Frame out = render("DSP_VI_AutoLevels", 25, value);
+    EXPECT_TRUE(ColourBytesAre(out, 127)) << int(value) << ": 8 of a spread of 16";
     EXPECT_EQ(out.bytes[3], 200) << "alpha is kept";
+    EXPECT_TRUE(ColourBytesAre(render("DSP_VI_AutoContrast", 25, value), 127)) << int(value) << ": 1 of a spread of 2";
   }
-  Frame edge = Flat(25, 20, 2);  // the spread 2-8 .. 2+8 is shifted to 0 .. 16
-  EXPECT_TRUE(ColourBytesAre(EffectRun("DSP_VI_AutoLevels").Render(edge), uint8_t(2 * 255 / 16)));
-}
-
-TEST(ContrastStretch, FlatFrameIsWidenedToTwoLevels) {
-  Frame flat = Flat(25, 20, 90);
-  EXPECT_TRUE(ColourBytesAre(EffectRun("DSP_VI_AutoContrast").Render(flat), 127));
+  EXPECT_TRUE(ColourBytesAre(render("DSP_VI_AutoLevels", 25, 2), uint8_t(2 * 255 / 16)))
+      << "the spread 2-8 .. 2+8 is shifted to 0 .. 16";
+  EXPECT_TRUE(ColourBytesAre(render("DSP_VI_AutoLevels", 24, 100), 100)) << "480 pixels";
+  EXPECT_TRUE(ColourBytesAre(render("DSP_VI_Equalize", 5, 0), 0));
 }
 
 // The stretch of a histogram between its cut points, from the definition.
@@ -75,77 +80,79 @@ std::array<uint8_t, 256> Stretch(const std::array<uint32_t, 256>& histogram, uin
   return table;
 }
 
-TEST(LevelsStretch, EachChannelIsStretchedByItsOwnHistogram) {
-  Frame source = Frame::Random(40, 30, 3);
+// A narrow channel, a dark one and a full one, over an odd pixel count, at several clip fractions:
+// levels stretches each channel by its own histogram, contrast all three by their common one.
+TEST(Stretches, TablesFollowTheCutPointsOfTheHistograms) {
+  Frame source = Frame::Random(41, 29, 3);
   for (std::size_t i = 0; i < source.bytes.size(); i += 4) {
-    source.bytes[i] = uint8_t(40 + source.bytes[i] % 100);       // a narrow blue channel
-    source.bytes[i + 2] = uint8_t(source.bytes[i + 2] / 2);      // a dark red one
+    source.bytes[i] = uint8_t(40 + source.bytes[i] % 100);
+    source.bytes[i + 2] = uint8_t(source.bytes[i + 2] / 2);
   }
-  Frame out = EffectRun("DSP_VI_AutoLevels").Render(source);
-  for (int channel = 0; channel < 3; ++channel) {
-    std::array<uint32_t, 256> histogram{};
-    for (std::size_t i = channel; i < source.bytes.size(); i += 4) ++histogram[source.bytes[i]];
-    const auto table = Stretch(histogram, 1200, 0.002f, 0.002f, 16);
-    for (std::size_t i = channel; i < source.bytes.size(); i += 4) {
-      ASSERT_EQ(out.bytes[i], table[source.bytes[i]]) << "channel " << channel;
+  const uint32_t pixels = 41 * 29;
+  std::array<std::array<uint32_t, 256>, 4> counts{};  // per colour byte, then of all three
+  for (std::size_t i = 0; i < source.bytes.size(); ++i) {
+    if (i % 4 != 3) ++counts[i % 4][source.bytes[i]], ++counts[3][source.bytes[i]];
+  }
+  for (const char* black : {"0", "0.002", "0.01"}) {
+    for (const char* white : {"0", "0.005", "0.01"}) {
+      const float blackFraction = std::stof(black), whiteFraction = std::stof(white);
+      std::array<std::array<uint8_t, 256>, 4> tables;
+      for (int c = 0; c < 3; ++c) tables[c] = Stretch(counts[c], pixels, blackFraction, whiteFraction, 16);
+      tables[3] = Stretch(counts[3], 3 * pixels, blackFraction, whiteFraction, 2);
+      const Frame levels = EffectRun("DSP_VI_AutoLevels").Set("P2", black).Set("P3", white).Render(source);
+      const Frame contrast = EffectRun("DSP_VI_AutoContrast").Set("P2", black).Set("P3", white).Render(source);
+      for (std::size_t i = 0; i < source.bytes.size(); ++i) {
+        const uint8_t in = source.bytes[i];
+        const bool alpha = i % 4 == 3;
+        ASSERT_EQ(levels.bytes[i], alpha ? in : tables[i % 4][in]) << black << "/" << white << " byte " << i;
+        ASSERT_EQ(contrast.bytes[i], alpha ? in : tables[3][in]) << black << "/" << white << " byte " << i;
+      }
     }
   }
 }
 
-TEST(ContrastStretch, OneTableForAllChannels) {
-  Frame source = Frame::Random(40, 30, 4);
-  for (std::size_t i = 0; i < source.bytes.size(); ++i) source.bytes[i] = uint8_t(60 + source.bytes[i] / 3);
-  EffectRun run("DSP_VI_AutoContrast");
-  run.Set("P2", "0.01").Set("P3", "0.005");
-  Frame out = run.Render(source);
-  std::array<uint32_t, 256> histogram{};
-  for (std::size_t i = 0; i < source.bytes.size(); ++i) {
-    if (i % 4 != 3) ++histogram[source.bytes[i]];
-  }
-  const auto table = Stretch(histogram, 3600, 0.01f, 0.005f, 2);
-  for (std::size_t i = 0; i < source.bytes.size(); ++i) {
-    ASSERT_EQ(out.bytes[i], i % 4 == 3 ? source.bytes[i] : table[source.bytes[i]]) << i;
-  }
-}
-
-TEST(Equalize, BlackFrameStaysBlack) {
-  Frame black = Flat(10, 10, 0);
-  EXPECT_TRUE(ColourBytesAre(EffectRun("DSP_VI_Equalize").Render(black), 0));
-}
-
-TEST(Equalize, OutputIsMonotoneAndSpansTheRange) {
-  Frame source = Frame::Random(64, 32, 5);
-  for (std::size_t i = 0; i < source.bytes.size(); ++i) source.bytes[i] = uint8_t(100 + source.bytes[i] / 8);
-  Frame out = EffectRun("DSP_VI_Equalize").Render(source);
+// One table for all three colour bytes, rising, and held to a slope of 1..4 per two entries, so
+// that 32 input levels cannot reach far.
+TEST(Equalize, OneRisingTableWithALimitedSlope) {
+  Frame source = Frame::Random(63, 33, 5);
+  for (uint8_t& byte : source.bytes) byte = uint8_t(100 + byte / 8);
+  const Frame out = EffectRun("DSP_VI_Equalize").Render(source);
   std::array<int, 256> mapped;
   mapped.fill(-1);
   for (std::size_t i = 0; i < source.bytes.size(); ++i) {
-    if (i % 4 == 3) continue;
-    ASSERT_TRUE(mapped[source.bytes[i]] < 0 || mapped[source.bytes[i]] == out.bytes[i]) << "one table for all";
-    mapped[source.bytes[i]] = out.bytes[i];
+    const int in = source.bytes[i];
+    if (i % 4 == 3) {
+      ASSERT_EQ(out.bytes[i], in);
+      continue;
+    }
+    ASSERT_TRUE(mapped[in] < 0 || mapped[in] == out.bytes[i]) << "one table for all";
+    mapped[in] = out.bytes[i];
   }
-  int previous = -1;
-  for (int value : mapped) {
-    if (value < 0) continue;
-    EXPECT_GE(value, previous);
-    previous = value;
-  }
-  // With the slope held to 1..4 per two entries, 32 input levels cannot reach far.
-  EXPECT_LT(mapped[100 + 31], 255);
-  EXPECT_GE(mapped[100 + 31] - mapped[100], 12);
+  for (int in = 101; in < 132; ++in) ASSERT_GE(mapped[in], mapped[in - 1]) << in;
+  EXPECT_LT(mapped[131], 255);
+  EXPECT_GE(mapped[131] - mapped[100], 12);
 }
 
+// Every grey with every colour byte that can come with it, at degrees inside the row's range and
+// beyond it (written raw), where the products wrap in 32 bits.
 TEST(ContrastMask, DegreeBlendsTheInvertedGreyOverlay) {
-  Frame source = Frame::Random(12, 8, 6);
-  EXPECT_EQ(EffectRun("DSP_VI_ContrastMask").Set("P2", "0").Render(source).bytes, source.bytes);
-  for (int degree : {128, 255}) {
-    Frame out = EffectRun("DSP_VI_ContrastMask").Set("P2", std::to_string(degree)).Render(source);
+  Frame source = Frame::Random(511, 257, 6);  // the last row stays random, and the pixel count is odd
+  for (int o = 0; o < 256; ++o) {
+    for (int rest = 0; rest < 511; ++rest) {
+      uint8_t* pixel = source.Pixel(rest, o);
+      pixel[0] = uint8_t(o), pixel[1] = uint8_t(rest / 2), pixel[2] = uint8_t(rest - rest / 2);
+    }
+  }
+  for (int32_t degree : {0, 1, 128, 255, 256, 300, -7}) {
+    EffectRun run("DSP_VI_ContrastMask");
+    std::memcpy(run.Instance().Values() + 4, &degree, sizeof degree);
+    const Frame out = run.Render(source);
     for (std::size_t p = 0; p < source.bytes.size(); p += 4) {
       const int grey = 255 - (source.bytes[p] + source.bytes[p + 1] + source.bytes[p + 2]) / 3;
       for (int c = 0; c < 3; ++c) {
         const int o = source.bytes[p + c];
         const int overlay = o <= 127 ? grey * o / 127 : grey + (((o - 127) * (255 - grey)) >> 7);
-        ASSERT_EQ(out.bytes[p + c], (overlay * degree + o * (256 - degree)) >> 8) << p;
+        ASSERT_EQ(out.bytes[p + c], uint8_t((overlay * degree + o * (256 - degree)) >> 8)) << degree << " at " << p;
       }
       ASSERT_EQ(out.bytes[p + 3], source.bytes[p + 3]);
     }

@@ -2,7 +2,10 @@
 // alpha-aware flag, the area rules, and the round area with and without a host buffer service.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "effect_run.h"
@@ -12,157 +15,178 @@ namespace {
 using vek::test::EffectRun;
 using vek::test::Frame;
 
-// Lengths of the runs of equal pixels along a row: the block widths, on a random picture.
-std::vector<int> RunLengths(const Frame& frame, int y) {
+// Lengths of the runs of equal pixels from (x, y) on in steps of (dx, dy): the block sizes, on a
+// random picture.
+std::vector<int> RunLengths(const Frame& frame, int x, int y, int dx, int dy) {
   std::vector<int> runs;
-  const uint8_t* row = frame.Row(y);
-  for (int x = 0; x < frame.width; ++x) {
-    if (x > 0 && std::memcmp(row + 4 * x, row + 4 * (x - 1), 4) == 0) {
+  for (const uint8_t* previous = nullptr; x < frame.width && y < frame.height; x += dx, y += dy) {
+    const uint8_t* pixel = frame.Row(y) + 4 * x;
+    if (previous && std::memcmp(pixel, previous, 4) == 0) {
       ++runs.back();
     } else {
       runs.push_back(1);
     }
+    previous = pixel;
   }
   return runs;
 }
+std::vector<int> RunLengths(const Frame& frame, int y) { return RunLengths(frame, 0, y, 1, 0); }
 
-Frame Mosaic(Frame& source, int across, int down, const char* area = "0,0,1,1", const char* type = "box") {
-  return EffectRun("DSP_VI_Mosaic")
-      .Set("P1", std::to_string(across))
-      .Set("P2", std::to_string(down))
-      .Set("P3", area)
-      .Set("P4", type)
-      .Render(source);
+// n blocks of `size` between two outer blocks.
+std::vector<int> Grid(int first, int n, int size, int last) {
+  std::vector<int> runs = {first};
+  runs.insert(runs.end(), n, size);
+  runs.push_back(last);
+  return runs;
+}
+
+struct Options {
+  const char* area = "0,0,1,1";
+  const char* type = "box";
+  bool alphaAware = false;
+  bool bufferService = true;
+  vek::test::RenderMode mode = {};
+};
+
+Frame Mosaic(Frame& source, int across, int down, Options options = {}) {
+  EffectRun run("DSP_VI_Mosaic");
+  run.Set("P1", std::to_string(across)).Set("P2", std::to_string(down)).Set("P3", options.area).Set("P4", options.type);
+  run.Instance().Record().alphaAware = options.alphaAware;
+  if (!options.bufferService) run.Instance().Record().bufferService = nullptr;
+  return run.Render(source, options.mode);
 }
 
 TEST(Mosaic, GridIsCentredAndOuterBlocksTakeTheRest) {
   Frame source = Frame::Random(320, 6, 1);
-  std::vector<int> expected = {2};
-  expected.insert(expected.end(), 63, 5);
-  expected.push_back(3);
-  EXPECT_EQ(RunLengths(Mosaic(source, 5, 1), 0), expected) << "320 wide, blocks of 5: 64 blocks, even";
+  EXPECT_EQ(RunLengths(Mosaic(source, 5, 1), 0), Grid(2, 63, 5, 3)) << "320 wide, blocks of 5: 64 blocks, even";
 
   Frame odd = Frame::Random(330, 4, 2);
   EXPECT_EQ(RunLengths(Mosaic(odd, 10, 1), 0), std::vector<int>(33, 10)) << "330 wide, blocks of 10";
 
   Frame rest = Frame::Random(335, 4, 3);  // blocks of 10 (trunc(10 * 335 / 320)), 5 left over
-  std::vector<int> withRest = {2};
-  withRest.insert(withRest.end(), 33, 10);
-  withRest.push_back(3);
-  EXPECT_EQ(RunLengths(Mosaic(rest, 10, 1), 0), withRest);
+  EXPECT_EQ(RunLengths(Mosaic(rest, 10, 1), 0), Grid(2, 33, 10, 3));
 }
 
 TEST(Mosaic, BlockSizeFollowsTheReferencePicture) {
   Frame source = Frame::Random(640, 480, 4);
-  Frame out = Mosaic(source, 5, 4);
-  const std::vector<int> columns = RunLengths(out, 100);
-  EXPECT_EQ(columns[1], 10);
-  int rowsInBlock = 1;
-  while (std::memcmp(out.Row(100 + rowsInBlock) + 40, out.Row(100) + 40, 4) == 0 && rowsInBlock < 20) ++rowsInBlock;
-  EXPECT_LE(rowsInBlock, 8);
-  EXPECT_EQ(out.RowEquals(104, out) && std::memcmp(out.Row(4) + 40, out.Row(11) + 40, 4) == 0, true)
-      << "rows 4 to 11 form one block of 8";
+  const Frame out = Mosaic(source, 5, 4);
+  for (int y : {100, 103}) EXPECT_EQ(RunLengths(out, y), Grid(5, 63, 10, 5)) << "blocks 10 wide, row " << y;
+  for (int x : {100, 639}) EXPECT_EQ(RunLengths(out, x, 0, 0, 1), Grid(4, 59, 8, 4)) << "blocks 8 high, column " << x;
 }
 
-TEST(Mosaic, BlocksAverageTheSourceBeneathThem) {
-  Frame source = Frame::Random(330, 8, 5);
-  for (std::size_t p = 3; p < source.bytes.size(); p += 12) source.bytes[p] = 0;  // some transparent pixels
-  // One block is 10 x 8 here (a height of 1 block for 8 rows: trunc(down * 8 / 240) = 0 -> 1 row each).
-  EffectRun plain("DSP_VI_Mosaic"), aware("DSP_VI_Mosaic");
-  plain.Set("P1", "10").Set("P2", "0");
-  aware.Set("P1", "10").Set("P2", "0");
-  aware.Instance().Record().alphaAware = 1;
-  Frame outPlain = plain.Render(source), outAware = aware.Render(source);
-  for (int block = 0; block < 33; ++block) {
-    unsigned sumPlain[3] = {}, sumAware[4] = {}, countAware = 0;
-    for (int x = 10 * block; x < 10 * block + 10; ++x) {
-      const uint8_t* pixel = source.Row(3) + 4 * x;
+// Every pixel of the block holds the plain average of the source beneath it, or with the
+// alpha-aware flag the average of the pixels whose alpha is not 0, alpha included.
+void ExpectAverages(const Frame& source, const Frame& plain, const Frame& aware, int x0, int y0, int width,
+                    int height) {
+  unsigned sumPlain[3] = {}, sumAware[4] = {}, countAware = 0;
+  for (int y = y0; y < y0 + height; ++y) {
+    for (int x = x0; x < x0 + width; ++x) {
+      const uint8_t* pixel = source.Row(y) + 4 * x;
       for (int c = 0; c < 3; ++c) sumPlain[c] += pixel[c];
       if (pixel[3] == 0) continue;
       for (int c = 0; c < 4; ++c) sumAware[c] += pixel[c];
       ++countAware;
     }
-    const uint8_t* gotPlain = outPlain.Row(3) + 40 * block;
-    const uint8_t* gotAware = outAware.Row(3) + 40 * block;
-    for (int c = 0; c < 3; ++c) {
-      ASSERT_EQ(gotPlain[c], sumPlain[c] / 10) << "block " << block;
-      ASSERT_EQ(gotAware[c], sumAware[c] / countAware) << "block " << block;
+  }
+  uint8_t expectedPlain[4] = {0, 0, 0, 0}, expectedAware[4];  // plain blocks lose their alpha
+  for (int c = 0; c < 3; ++c) expectedPlain[c] = uint8_t(sumPlain[c] / unsigned(width * height));
+  for (int c = 0; c < 4; ++c) expectedAware[c] = uint8_t(sumAware[c] / countAware);
+  for (int y = y0; y < y0 + height; ++y) {
+    for (int x = x0; x < x0 + width; ++x) {
+      ASSERT_EQ(std::memcmp(plain.Row(y) + 4 * x, expectedPlain, 4), 0) << "block at " << x0 << "," << y0;
+      ASSERT_EQ(std::memcmp(aware.Row(y) + 4 * x, expectedAware, 4), 0) << "block at " << x0 << "," << y0;
     }
-    ASSERT_EQ(gotPlain[3], 0) << "plain blocks lose their alpha";
-    ASSERT_EQ(gotAware[3], sumAware[3] / countAware);
   }
 }
 
+TEST(Mosaic, BlocksAverageTheSourceBeneathThem) {
+  // Blocks of 10 x 1 (a height setting of 0 gives rows of one pixel).
+  Frame row = Frame::Random(330, 8, 5);
+  for (std::size_t p = 3; p < row.bytes.size(); p += 12) row.bytes[p] = 0;  // some transparent pixels
+  const Frame plain = Mosaic(row, 10, 0), aware = Mosaic(row, 10, 0, {.alphaAware = true});
+  for (int block = 0; block < 33; ++block) ExpectAverages(row, plain, aware, 10 * block, 3, 10, 1);
+
+  // Blocks of 64 x 48, the second of each axis at 32, 24: larger than one pass of the sums holds.
+  Frame large = Frame::Random(640, 480, 6);
+  for (std::size_t p = 3; p < large.bytes.size(); p += 28) large.bytes[p] = 0;
+  for (int y = 24; y < 72; ++y) std::fill(large.Pixel(32, y), large.Pixel(32, y) + 4 * 64, uint8_t(255));
+  const Frame largePlain = Mosaic(large, 32, 24), largeAware = Mosaic(large, 32, 24, {.alphaAware = true});
+  ExpectAverages(large, largePlain, largeAware, 32, 24, 64, 48);
+  ExpectAverages(large, largePlain, largeAware, 96, 72, 64, 48);
+}
+
+// Field modes and the layout change nothing: the whole frame is rendered.
 TEST(Mosaic, AreaRules) {
   Frame source = Frame::Random(64, 48, 6);
-  EXPECT_EQ(Mosaic(source, 5, 4, "0.5,0.5,0.5,0.5").bytes, source.bytes) << "an empty area copies";
-  EXPECT_EQ(Mosaic(source, 5, 4, "0,0,0,0").bytes, Mosaic(source, 5, 4).bytes) << "all zeros is the frame";
-  EXPECT_EQ(Mosaic(source, 5, 4, "0.4,0.4,0.6,0.6", "none").bytes, Mosaic(source, 5, 4).bytes);
-  Frame small = Mosaic(source, 5, 4, "0.5,0.5,1,1");
+  const Frame whole = Mosaic(source, 5, 4);
+  EXPECT_EQ(Mosaic(source, 5, 4, {.area = "0.5,0.5,0.5,0.5"}).bytes, source.bytes) << "an empty area copies";
+  EXPECT_EQ(Mosaic(source, 5, 4, {.area = "0,0,0,0"}).bytes, whole.bytes) << "all zeros is the frame";
+  EXPECT_EQ(Mosaic(source, 5, 4, {.area = "0.4,0.4,0.6,0.6", .type = "none"}).bytes, whole.bytes);
+  for (int field : {1, 2}) EXPECT_EQ(Mosaic(source, 5, 4, {.mode = {field, 0, 1, 1}}).bytes, whole.bytes);
+  Frame small = Mosaic(source, 5, 4, {.area = "0.5,0.5,1,1"});
   EXPECT_TRUE(small.RowEquals(10, source)) << "rows above the area are the source";
   EXPECT_EQ(std::memcmp(small.Row(40), source.Row(40), 4 * 31), 0) << "columns left of it too";
-  Frame tiny = Frame::Random(100, 20, 7);
-  Frame single = Mosaic(tiny, 3, 0);
-  for (std::size_t i = 0; i < tiny.bytes.size(); ++i) {
-    ASSERT_EQ(single.bytes[i], i % 4 == 3 ? 0 : tiny.bytes[i]) << "blocks of one pixel";
+  EXPECT_NE(std::memcmp(small.Row(40) + 4 * 32, source.Row(40) + 4 * 32, 4 * 32), 0);
+  for (auto [width, height] : {std::pair{100, 20}, std::pair{3, 2}}) {
+    Frame tiny = Frame::Random(width, height, 7);
+    Frame single = Mosaic(tiny, 3, 0);
+    for (std::size_t i = 0; i < tiny.bytes.size(); ++i) {
+      ASSERT_EQ(single.bytes[i], i % 4 == 3 ? 0 : tiny.bytes[i]) << width << "x" << height << ": blocks of one pixel";
+    }
+  }
+  // A block as wide as the area loses a pixel: in a frame of one pixel none is left, and a block of
+  // 86 that starts an area of 87 (x 30 .. 116, rounded) leaves column 115 to the source.
+  Frame one = Frame::Random(1, 1, 8);
+  EXPECT_EQ(Mosaic(one, 5, 4).bytes, one.bytes);
+  Frame wide = Frame::Random(600, 48, 9);
+  EffectRun run("DSP_VI_Mosaic");
+  run.Set("P2", "24").Set("P3", "0.05,0,0.195,1");
+  const int32_t across = 46;  // beyond the row's range, as a host may still send
+  std::memcpy(run.Instance().Values(), &across, sizeof across);
+  const Frame trimmed = run.Render(wide);
+  for (int y : {2, 3, 5}) {
+    const uint8_t* row = trimmed.Row(y);
+    EXPECT_EQ(std::memcmp(row + 4 * 115, wide.Row(y) + 4 * 115, 4), 0) << "row " << y;
+    EXPECT_NE(std::memcmp(row + 4 * 30, wide.Row(y) + 4 * 30, 4), 0) << "row " << y;
+    EXPECT_EQ(std::memcmp(row + 4 * 30, trimmed.Row(2) + 4 * 30, 4 * 85), 0) << "row " << y << " is band 2 .. 5";
+    for (int x = 31; x < 115; ++x) ASSERT_EQ(std::memcmp(row + 4 * x, row + 4 * 30, 4), 0) << x << "," << y;
   }
 }
 
-struct CountingService {
-  static VekImageBuffer* Wrap(VekObject* self, uint8_t* pixels, uint32_t width, uint32_t height, uint32_t rowBytes) {
-    auto* service = reinterpret_cast<CountingService*>(self);
-    service->images.push_back({pixels, width, height, rowBytes, 0});
-    ++service->lent;
-    return &service->images.back();
-  }
-  static VekImageBuffer* Create(VekObject* self, uint32_t width, uint32_t height) {
-    auto* service = reinterpret_cast<CountingService*>(self);
-    service->storage.emplace_back(std::size_t(width) * height * 4);
-    return Wrap(self, service->storage.back().data(), width, height, width * 4);
-  }
-  static int32_t Release(VekObject* self, VekImageBuffer*) {
-    --reinterpret_cast<CountingService*>(self)->lent;
-    return 0;
-  }
-  VekObject object{operations};
-  VekOperation operations[4] = {reinterpret_cast<VekOperation>(&Wrap), reinterpret_cast<VekOperation>(&Create),
-                                nullptr, reinterpret_cast<VekOperation>(&Release)};
-  int lent = 0;
-  std::vector<VekImageBuffer> images;
-  std::vector<std::vector<uint8_t>> storage;
-};
-
+// Inside the rectangle the circle shows the box mosaic through the coverage of the inscribed
+// ellipse, which falls from 256 to 0 over the last 1.5 pixels (the whole of a narrow one); outside
+// the rectangle the source.
 TEST(Mosaic, CircleKeepsBlocksInsideTheRoundAreaOnly) {
-  Frame source = Frame::Random(80, 60, 8);
-  const Frame box = Mosaic(source, 8, 6, "0.25,0.25,0.75,0.75");
-  const Frame circle = Mosaic(source, 8, 6, "0.25,0.25,0.75,0.75", "circle");
-  auto same = [](const Frame& a, const Frame& b, int x, int y) {
-    return std::memcmp(a.Row(y) + 4 * x, b.Row(y) + 4 * x, 4) == 0;
+  struct Case {
+    const char* area;
+    int x0, y0, width, height;
   };
-  EXPECT_TRUE(same(circle, box, 40, 30)) << "the centre is mosaic";
-  EXPECT_TRUE(same(circle, source, 21, 16)) << "a corner of the area is outside the circle";
-  EXPECT_TRUE(same(circle, source, 58, 44));
-  for (int y = 0; y < 60; ++y) {
-    for (int x = 0; x < 80; ++x) {
-      if (x < 20 || x >= 60 || y < 15 || y >= 45) {
-        ASSERT_TRUE(same(circle, source, x, y)) << x << "," << y;
+  Frame source = Frame::Random(161, 121, 8);
+  for (const Case& area : {Case{"0.1,0.25,0.9,0.75", 16, 30, 128, 60}, Case{"0.5,0.1,0.51,0.9", 80, 12, 1, 96}}) {
+    const Frame box = Mosaic(source, 8, 6, {.area = area.area});
+    const Frame circle = Mosaic(source, 8, 6, {.area = area.area, .type = "circle"});
+    const float radiusX = area.width * 0.5f, radiusY = area.height * 0.5f, reach = std::min(radiusX, radiusY);
+    auto coverage = [&](int x, int y) {
+      if (x < area.x0 || x >= area.x0 + area.width || y < area.y0 || y >= area.y0 + area.height) return 0;
+      const float dx = (x + 0.5f - (area.x0 + radiusX)) / radiusX, dy = (y + 0.5f - (area.y0 + radiusY)) / radiusY;
+      const float inside = (1.0f - std::sqrt(dx * dx + dy * dy)) * reach / std::max(1.5f, reach / 48.0f);
+      return inside <= 0 ? 0 : inside >= 1 ? 256 : int(inside * 256.0f);
+    };
+    int rim = 0;
+    for (int y = 0; y < 121; ++y) {
+      for (int x = 0; x < 161; ++x) {
+        const int c = coverage(x, y);
+        rim += c > 0 && c < 256;
+        for (int k = 4 * x; k < 4 * x + 4; ++k) {
+          const int s = source.Row(y)[k], b = box.Row(y)[k];
+          ASSERT_EQ(circle.Row(y)[k], s + (((b - s) * c) >> 8)) << area.area << " at " << x << "," << y;
+        }
       }
     }
+    EXPECT_GT(rim, 50) << area.area;
+    EXPECT_EQ(Mosaic(source, 8, 6, {.area = area.area, .type = "circle", .bufferService = false}).bytes, circle.bytes)
+        << area.area << ": without the host's images the output is both";
   }
-
-  EffectRun withoutService("DSP_VI_Mosaic");
-  withoutService.Set("P1", "8").Set("P2", "6").Set("P3", "0.25,0.25,0.75,0.75").Set("P4", "circle");
-  withoutService.Instance().Record().bufferService = nullptr;
-  EXPECT_EQ(withoutService.Render(source).bytes, circle.bytes) << "the effect's own images give the same";
-
-  CountingService service;
-  service.images.reserve(4);
-  EffectRun run("DSP_VI_Mosaic");
-  run.Set("P1", "8").Set("P2", "6").Set("P3", "0.25,0.25,0.75,0.75").Set("P4", "circle");
-  run.Instance().Record().bufferService = &service.object;
-  EXPECT_EQ(run.Render(source).bytes, circle.bytes) << "the host's images give the effect's own result";
-  EXPECT_EQ(service.images.size(), 2u);
-  EXPECT_EQ(service.lent, 0) << "every image lent is given back";
 }
 
 TEST(BufferService, LendsWrapsAndTakesBack) {

@@ -1,10 +1,9 @@
-// Posterize and FlipCanvas through the reference host: the level table, the luma/chroma rule, the
-// variants that must agree, and the flips with their field rows.
+// Posterize and FlipCanvas through the reference host: every setting against its level table, the
+// luma/chroma rule, the variants that must agree, and the flips with their field rows.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
-#include <set>
 
 #include "effect_run.h"
 #include "vek_dsp/colour.h"
@@ -16,8 +15,10 @@ using vek::test::Frame;
 using vek::test::kUntouched;
 using vek::test::RenderMode;
 
-Frame Posterize(Frame& source, int levelsSetting, RenderMode mode = {}) {
-  return EffectRun("DSP_VI_Posterize").Set("P1", std::to_string(levelsSetting)).Render(source, mode);
+Frame Posterize(Frame& source, uint8_t setting, RenderMode mode = {}) {
+  EffectRun run("DSP_VI_Posterize");
+  run.Instance().Values()[0] = setting;  // raw, so that settings beyond the row's range get through
+  return run.Render(source, mode);
 }
 
 // The table for L levels, from its definition: band t of the input maps to t * 256 / (L - 1).
@@ -26,39 +27,26 @@ uint8_t Level(int value, int levels) {
   return band < 1 ? 0 : band < levels - 1 ? uint8_t(band * 256 / (levels - 1)) : 255;
 }
 
-TEST(Posterize, DefaultGivesFourLevelsAndKeepsAlpha) {
-  Frame source = Frame::Random(16, 16, 3);
-  Frame out = Posterize(source, 61);
-  std::set<uint8_t> colours;
-  for (std::size_t i = 0; i < out.bytes.size(); ++i) {
-    if (i % 4 == 3) {
-      ASSERT_EQ(out.bytes[i], source.bytes[i]);
-    } else {
-      colours.insert(out.bytes[i]);
-      ASSERT_EQ(out.bytes[i], Level(source.bytes[i], 4));
+// Every value in every colour byte over an odd pixel count, so that runs end between vector groups.
+TEST(Posterize, EverySettingFollowsItsLevelTable) {
+  Frame source = Frame::Random(37, 7, 3);
+  for (std::size_t i = 0; i < source.bytes.size(); ++i) {
+    if (i % 4 != 3) source.bytes[i] = uint8_t(i / 4 * (2 * (i % 4) + 1) + 85 * (i % 4));
+  }
+  for (int setting = 0; setting < 256; ++setting) {
+    const uint32_t levels = 65u - uint32_t(setting);  // 0 gives 65 levels, beyond 64 it wraps round
+    for (int workers : {1, 2}) {
+      const Frame out = Posterize(source, uint8_t(setting), {.workers = workers});
+      for (std::size_t i = 0; i < out.bytes.size(); ++i) {
+        const bool copied = i % 4 == 3 || levels < 2 || levels > 64;
+        ASSERT_EQ(out.bytes[i], copied ? source.bytes[i] : Level(source.bytes[i], int(levels)))
+            << "setting " << setting << " byte " << i << " workers " << workers;
+      }
     }
   }
-  EXPECT_EQ(colours, (std::set<uint8_t>{0, 85, 170, 255}));
-}
-
-TEST(Posterize, TwoLevelsSplitAtTheMiddle) {
-  Frame source = Frame::Random(8, 8, 4);
-  Frame out = Posterize(source, 63);
-  for (std::size_t i = 0; i < out.bytes.size(); ++i) {
-    if (i % 4 != 3) {
-      ASSERT_EQ(out.bytes[i], source.bytes[i] < 128 ? 0 : 255);
-    }
-  }
-}
-
-TEST(Posterize, SettingsWithoutAUsableLevelCountCopy) {
-  Frame source = Frame::Random(7, 5, 5);
-  EXPECT_EQ(Posterize(source, 0).bytes, source.bytes) << "65 levels";
-  for (uint8_t setting : {64, 65, 200, 255}) {  // beyond the row's range, as a host may still send
-    EffectRun run("DSP_VI_Posterize");
-    run.Instance().Values()[0] = setting;
-    EXPECT_EQ(run.Render(source).bytes, source.bytes) << int(setting);
-  }
+  EXPECT_EQ(std::vector<int>({Level(63, 4), Level(64, 4), Level(128, 4), Level(192, 4)}),
+            std::vector<int>({0, 85, 170, 255}))
+      << "the default, 61, gives four levels";
 }
 
 TEST(Posterize, LumaChromaCarriesTheRgbChangeBack) {
@@ -77,12 +65,16 @@ TEST(Posterize, LumaChromaCarriesTheRgbChangeBack) {
   }
 }
 
-TEST(Posterize, VectorPathsAndWorkerCountsGiveTheSameBytes) {
+// Fields write their own rows only; the render hint and the worker count never change a byte.
+TEST(Posterize, FieldsVariantsAndWorkerCounts) {
   for (int width : {1, 3, 4, 5, 13}) {
     Frame source = Frame::Random(width, 11, width);
     for (int layout : {0, 1}) {
       for (int field : {0, 1, 2}) {
         const Frame reference = Posterize(source, 58, {.fieldMode = field, .layout = layout});
+        for (int y = 0; field != 0 && y < 11; ++y) {
+          ASSERT_EQ(reference.RowIsAll(y, kUntouched), y % 2 == field % 2) << "row " << y << " field " << field;
+        }
         for (RenderMode mode : {RenderMode{field, 3, 1, layout}, RenderMode{field, 0, 2, layout},
                                 RenderMode{field, 3, 4, layout}}) {
           ASSERT_EQ(Posterize(source, 58, mode).bytes, reference.bytes)
@@ -98,8 +90,7 @@ TEST(Posterize, AlternatingInstancesRebuildTheSharedTable) {
   Frame source = Frame::Random(6, 6, 9);
   EffectRun four("DSP_VI_Posterize"), two("DSP_VI_Posterize");
   two.Set("P1", "63");
-  const Frame firstFour = four.Render(source);
-  const Frame firstTwo = two.Render(source);
+  const Frame firstFour = four.Render(source), firstTwo = two.Render(source);
   EXPECT_EQ(four.Render(source).bytes, firstFour.bytes);
   EXPECT_EQ(two.Render(source).bytes, firstTwo.bytes);
   EXPECT_NE(firstFour.bytes, firstTwo.bytes);
@@ -110,11 +101,10 @@ Frame Flip(Frame& source, const std::string& mode, int field = 0) {
 }
 
 bool PixelEquals(const Frame& out, int x, int y, const Frame& source, int sx, int sy) {
-  const uint8_t* a = out.Row(y) + 4 * x;
-  const uint8_t* b = source.Row(sy) + 4 * sx;
-  return std::equal(a, a + 4, b);
+  return std::equal(out.Row(y) + 4 * x, out.Row(y) + 4 * x + 4, source.Row(sy) + 4 * sx);
 }
 
+// 710 to 713 are a second numbering of the four modes; other values copy.
 TEST(FlipCanvas, ModesMapPixelsAsNamed) {
   Frame source = Frame::Random(5, 3, 12);
   Frame hor = Flip(source, "Hor"), ver = Flip(source, "Ver"), both = Flip(source, "HnV");
@@ -125,34 +115,39 @@ TEST(FlipCanvas, ModesMapPixelsAsNamed) {
       ASSERT_TRUE(PixelEquals(both, x, y, source, 4 - x, 2 - y));
     }
   }
-  EXPECT_EQ(Flip(source, "No").bytes, source.bytes);
-}
-
-TEST(FlipCanvas, SecondNumberingAndUnknownValues) {
-  Frame source = Frame::Random(4, 4, 13);
   EffectRun run("DSP_VI_FlipCanvas");
   auto withRaw = [&](uint32_t value) {
     std::memcpy(run.Instance().Values(), &value, sizeof value);
-    return run.Render(source);
+    return run.Render(source).bytes;
   };
-  EXPECT_EQ(withRaw(711).bytes, Flip(source, "Hor").bytes);
-  EXPECT_EQ(withRaw(713).bytes, Flip(source, "HnV").bytes);
-  EXPECT_EQ(withRaw(4).bytes, source.bytes);
-  EXPECT_EQ(withRaw(709).bytes, source.bytes);
+  EXPECT_EQ(withRaw(711), hor.bytes);
+  EXPECT_EQ(withRaw(713), both.bytes);
+  for (uint32_t copying : {0u, 4u, 709u}) EXPECT_EQ(withRaw(copying), source.bytes) << copying;
 }
 
 TEST(FlipCanvas, FieldsUseTheWholeFrameMapping) {
   Frame source = Frame::Random(3, 4, 14);
-  Frame odd = Flip(source, "Ver", 2);
+  const Frame odd = Flip(source, "Ver", 2), whole = Flip(source, "Ver");
   for (int y = 0; y < 4; ++y) {
-    if (y % 2 == 1) {
-      EXPECT_TRUE(odd.RowEquals(y, Flip(source, "Ver"))) << "odd row " << y << " reads row " << 3 - y;
-    } else {
-      EXPECT_TRUE(odd.RowIsAll(y, kUntouched)) << "even row " << y;
-    }
+    EXPECT_TRUE(y % 2 == 1 ? odd.RowEquals(y, whole) : odd.RowIsAll(y, kUntouched)) << "row " << y;
   }
   Frame single = Frame::Random(3, 1, 15);
   EXPECT_TRUE(Flip(single, "Hor", 2).RowIsAll(0, kUntouched)) << "one row has no odd field";
+}
+
+// A source never attached: Process answers 0 and writes nothing, in every field mode.
+TEST(VideoEffects, WithoutASourceNothingIsWritten) {
+  for (const char* id : {"DSP_VI_Posterize", "DSP_VI_FlipCanvas", "DSP_VI_AutoLevels", "DSP_VI_AutoContrast",
+                         "DSP_VI_Equalize", "DSP_VI_ContrastMask", "DSP_VI_Mosaic"}) {
+    for (int field : {0, 1, 2}) {
+      EffectRun run(id);
+      VekEffectInstance& record = run.Instance().Record();
+      record.width = 5, record.height = 3, record.fieldMode = field;
+      Frame out = Frame::Filled(5, 3, kUntouched);
+      run.Instance().Process(out.Data());  // throws unless the answer is 0
+      EXPECT_TRUE(std::all_of(out.bytes.begin(), out.bytes.end(), [](uint8_t b) { return b == kUntouched; })) << id;
+    }
+  }
 }
 
 }  // namespace

@@ -1,43 +1,17 @@
 #include "pip/photo.h"
 
-#include <memory>
-#include <new>
+CPhoto::CPhoto(const uint8_t* original, uint8_t* pixels, int width, int height) noexcept
+    : original_(original), pixels_(pixels), pixelCount_(std::size_t(width) * std::size_t(height)) {}
 
-CPhoto::CPhoto(uint8_t* pixels, int width, int height) noexcept
-    : pixels_(pixels),
-      width_(width),
-      height_(height),
-      pixelCount_(std::size_t(width) * std::size_t(height)),
-      byteSize_(pixelCount_ * 4) {}
-
-std::array<CPhoto::Histogram, 3> CPhoto::CountChannels() const noexcept {
-  std::array<Histogram, 3> histograms{};
-  for (std::size_t p = 0; p < byteSize_; p += 4) {
-    ++histograms[0][pixels_[p]];
-    ++histograms[1][pixels_[p + 1]];
-    ++histograms[2][pixels_[p + 2]];
-  }
-  return histograms;
-}
-
-CPhoto::Histogram CPhoto::CountAllChannels() const noexcept {
-  const std::array<Histogram, 3> histograms = CountChannels();
-  Histogram all;
+void CPhoto::CountAllChannels(Histogram& all) const noexcept {
+  uint32_t histograms[3][256] = {};
+  vek::CountColourBytes(original_, pixelCount_, histograms);
   for (int i = 0; i < 256; ++i) all[i] = histograms[0][i] + histograms[1][i] + histograms[2][i];
-  return all;
-}
-
-void CPhoto::Apply(const std::array<Table, 3>& tables) noexcept {
-  for (std::size_t p = 0; p < byteSize_; p += 4) {
-    pixels_[p] = tables[0][pixels_[p]];
-    pixels_[p + 1] = tables[1][pixels_[p + 1]];
-    pixels_[p + 2] = tables[2][pixels_[p + 2]];
-  }
 }
 
 namespace vek {
 
-CPhoto::Table StretchTable(const CPhoto::Histogram& histogram, uint32_t total, float blackFraction,
+Stretch StretchBetweenCuts(const CPhoto::Histogram& histogram, uint32_t total, float blackFraction,
                            float whiteFraction, int minimumSpread) noexcept {
   const uint32_t blackCount = uint32_t(float(total) * blackFraction);
   const uint32_t whiteCount = uint32_t(float(total) * whiteFraction);
@@ -60,40 +34,40 @@ CPhoto::Table StretchTable(const CPhoto::Histogram& histogram, uint32_t total, f
       low = 0;
     }
   }
-  CPhoto::Table table;
-  const float scale = 255.0f / float(high - low);
-  for (int i = 0; i < 256; ++i) {
-    table[i] = i <= low ? 0 : i >= high ? 255 : uint8_t(float(i - low) * scale);
-  }
-  return table;
+  return {low, high, 255.0f / float(high - low)};
 }
 
 }  // namespace vek
 
 int CPhoto::LevelsStretch(float blackFraction, float whiteFraction) noexcept {
-  const std::array<Histogram, 3> histograms = CountChannels();
-  std::array<Table, 3> tables;
+  uint32_t histograms[3][256] = {};
+  vek::CountColourBytes(original_, pixelCount_, histograms);
+  vek::Stretch stretches[3];
   for (int channel = 0; channel < 3; ++channel) {
-    tables[channel] =
-        vek::StretchTable(histograms[channel], uint32_t(pixelCount_), blackFraction, whiteFraction, 16);
+    stretches[channel] =
+        vek::StretchBetweenCuts(histograms[channel], uint32_t(pixelCount_), blackFraction, whiteFraction, 16);
   }
-  Apply(tables);
+  vek::StretchRowSse2(original_, pixels_, pixelCount_, stretches);
   return 1;
 }
 
 // Kept on purpose: the minimum spread is 2 here against 16 for the levels stretch.
 int CPhoto::ContrastStretch(float blackFraction, float whiteFraction) noexcept {
-  const Table table =
-      vek::StretchTable(CountAllChannels(), uint32_t(3 * pixelCount_), blackFraction, whiteFraction, 2);
-  Apply({table, table, table});
+  Histogram all;
+  CountAllChannels(all);
+  const vek::Stretch stretch =
+      vek::StretchBetweenCuts(all, uint32_t(3 * pixelCount_), blackFraction, whiteFraction, 2);
+  const vek::Stretch stretches[3] = {stretch, stretch, stretch};
+  vek::StretchRowSse2(original_, pixels_, pixelCount_, stretches);
   return 1;
 }
 
 int CPhoto::Equalize() noexcept {
   if (pixelCount_ == 0) return 1;
-  const Histogram histogram = CountAllChannels();
+  Histogram histogram;
+  CountAllChannels(histogram);
   const int32_t pixels = int32_t(pixelCount_);
-  std::array<int32_t, 256> entry;
+  int32_t entry[256];
   uint32_t cumulative = 0;
   for (int i = 0; i < 256; ++i) {
     cumulative += histogram[i];
@@ -124,29 +98,15 @@ int CPhoto::Equalize() noexcept {
   if (lo > 0 || hi < 255) {
     for (int i = 0; i < 256; ++i) entry[i] += (i * (255 - hi) - (255 - i) * lo) / 255;
   }
-  Table table;
+  uint8_t table[256];
   for (int i = 0; i < 256; ++i) table[i] = uint8_t(entry[i]);
-  Apply({table, table, table});
+  vek::LookUpColourBytes(original_, pixels_, pixelCount_, vek::PlaceTable(table));
   return 1;
 }
 
-// The overlay of a colour byte o under the inverted grey g, blended by degree / 256, is one table
-// of 256 x 256 bytes for the frame, so each colour byte costs one lookup.
+// The vector kernel holds degrees up to 256 in 16-bit lanes; hosts may send any other.
 int CPhoto::ContrastMask(int32_t degree) noexcept {
-  std::unique_ptr<uint8_t[]> blended(new (std::nothrow) uint8_t[256 * 256]);
-  auto result = [degree](int grey, int original) {
-    const int overlay = original <= 127 ? grey * original / 127 : grey + (((original - 127) * (255 - grey)) >> 7);
-    return uint8_t((overlay * degree + original * (256 - degree)) >> 8);
-  };
-  if (blended) {
-    for (int grey = 0; grey < 256; ++grey) {
-      for (int original = 0; original < 256; ++original) blended[grey * 256 + original] = result(grey, original);
-    }
-  }
-  for (std::size_t p = 0; p < byteSize_; p += 4) {
-    uint8_t* pixel = pixels_ + p;
-    const int grey = 255 - (pixel[0] + pixel[1] + pixel[2]) / 3;
-    for (int c = 0; c < 3; ++c) pixel[c] = blended ? blended[grey * 256 + pixel[c]] : result(grey, pixel[c]);
-  }
+  const bool vector = degree >= 0 && degree <= 256;
+  (vector ? vek::ContrastMaskRowSse2 : vek::ContrastMaskRow)(original_, pixels_, pixelCount_, degree);
   return 1;
 }

@@ -29,17 +29,19 @@ constinit decltype(VI_ContrastMask::kParams) VI_ContrastMask::kParams = Rows(
 namespace {
 
 // The whole frame is always corrected, whatever the field mode: the statistics are the frame's.
-// The source is copied to the output, and unless P1 switches the correction off, the correction
-// runs in place on the output.
+// Unless P1 switches the correction off (the output is then the source), the photo reads the
+// source and writes the corrected frame into the output.
 template <class Correction>
 VekStatus CorrectFrame(VekEffectInstance* instance, Correction&& correct) {
   VideoFrame frame;
   if (!BeginVideoEffect(instance, frame)) return VEK_E_FAIL;
   if (!frame.HasBuffers()) return VEK_S_OK;
-  frame.fieldMode = VEK_FIELD_FRAME;
-  frame.CopyRows();
-  if (!frame.values || LoadValue<int32_t>(frame.values, 0) == 0) return VEK_S_OK;
-  CPhoto photo(frame.output, frame.width, frame.height);
+  if (!frame.values || LoadValue<int32_t>(frame.values, 0) == 0) {
+    frame.fieldMode = VEK_FIELD_FRAME;
+    frame.CopyRows();
+    return VEK_S_OK;
+  }
+  CPhoto photo(frame.source, frame.output, frame.width, frame.height);
   correct(photo, frame.values);
   return VEK_S_OK;
 }

@@ -1,22 +1,58 @@
 #include "video/kernels.h"
 
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+
 #include "vek_dsp/colour.h"
 
 namespace vek {
 
-void PosterizeRowArgb(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* table) {
-  for (int x = 0; x < pixels; ++x, source += 4, out += 4) {
-    out[0] = table[source[0]], out[1] = table[source[1]], out[2] = table[source[2]], out[3] = source[3];
+ColourTable PlaceTable(const uint8_t (&table)[256]) {
+  ColourTable placed;
+  for (int channel = 0; channel < 3; ++channel) {
+    for (int i = 0; i < 256; ++i) placed.placed[channel][i] = uint32_t(table[i]) << (8 * channel);
+  }
+  return placed;
+}
+
+void LookUpColourBytes(const uint8_t* source, uint8_t* out, std::size_t pixels, const ColourTable& table) {
+  const auto& placed = table.placed;
+  for (std::size_t x = 0; x < pixels; ++x) {
+    uint32_t pixel;
+    std::memcpy(&pixel, source + 4 * x, 4);
+    pixel = placed[0][pixel & 0xFF] | placed[1][(pixel >> 8) & 0xFF] | placed[2][(pixel >> 16) & 0xFF] |
+            (pixel & 0xFF000000u);
+    std::memcpy(out + 4 * x, &pixel, 4);
   }
 }
 
-void PosterizeRowAyuv(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* table) {
-  for (int x = 0; x < pixels; ++x, source += 4, out += 4) {
+PosterizeTable BuildPosterizeTable(uint32_t levels) {
+  PosterizeTable table{};
+  for (uint32_t i = 0; i < 256; ++i) {
+    const uint32_t step = (i * levels) >> 8;
+    table.entry[i] = step < 1 ? 0 : step < levels - 1 ? uint8_t((step * 256) / (levels - 1)) : 255;
+  }
+  table.colours = PlaceTable(table.entry);
+  // step * 256 / (levels - 1) as a multiply-high: with the shift one below the divisor's bit width,
+  // ceil(2^(16 + shift) / divisor) divides every step exactly up to 64 levels. Two levels take 65535
+  // for 65536, which still brings the top step to 255.
+  const uint32_t divisor = levels - 1;
+  table.levels = uint16_t(levels);
+  table.shift = std::max(0, int(std::bit_width(divisor - 1)) - 1);
+  table.multiplier = uint16_t(std::min<uint32_t>(65535, ((1u << (16 + table.shift)) + divisor - 1) / divisor));
+  return table;
+}
+
+void PosterizeRowAyuv(const uint8_t* source, uint8_t* out, std::size_t pixels, const PosterizeTable& table) {
+  const uint8_t* entry = table.entry;
+  for (std::size_t x = 0; x < pixels; ++x, source += 4, out += 4) {
     const int32_t y = source[2], u = source[1], v = source[0];
     const int32_t r = VekClampByte((4768 * y + 6537 * v - 910976) >> 12);
     const int32_t g = VekClampByte((4768 * y - 1602 * u - 3330 * v + 0x88000) >> 12);
     const int32_t b = VekClampByte((4768 * y + 8266 * u - 1132288) >> 12);
-    const int32_t dr = table[r] - r, dg = table[g] - g, db = table[b] - b;
+    const int32_t dr = entry[r] - r, dg = entry[g] - g, db = entry[b] - b;
     out[0] = VekClampByte(v + ((1798 * dr - 1507 * dg - 291 * db + 2048) >> 12));
     out[1] = VekClampByte(u + ((1798 * db - 1192 * dg - 606 * dr + 2048) >> 12));
     out[2] = VekClampByte(y + ((1053 * dr + 2064 * dg + 401 * db + 2048) >> 12));
@@ -28,6 +64,62 @@ void MirrorRow(const uint8_t* source, uint8_t* out, int pixels) {
   for (int x = 0; x < pixels; ++x) {
     const uint8_t* from = source + 4 * (pixels - 1 - x);
     out[4 * x] = from[0], out[4 * x + 1] = from[1], out[4 * x + 2] = from[2], out[4 * x + 3] = from[3];
+  }
+}
+
+void CountColourBytes(const uint8_t* pixels, std::size_t count, uint32_t (&histograms)[3][256]) {
+  for (const uint8_t* end = pixels + 4 * count; pixels != end; pixels += 4) {
+    ++histograms[0][pixels[0]], ++histograms[1][pixels[1]], ++histograms[2][pixels[2]];
+  }
+}
+
+uint8_t Stretched(const Stretch& stretch, int value) {
+  if (value <= stretch.low) return 0;
+  return value >= stretch.high ? 255 : uint8_t(float(value - stretch.low) * stretch.scale);
+}
+
+namespace {
+
+uint8_t ContrastMasked(int grey, int original, int32_t degree) {
+  const int overlay = original <= 127 ? grey * original / 127 : grey + (((original - 127) * (255 - grey)) >> 7);
+  // Degrees outside 0..255 are not refused: the products wrap in 32 bits.
+  return uint8_t((uint32_t(overlay) * uint32_t(degree) + uint32_t(original) * (256u - uint32_t(degree))) >> 8);
+}
+
+}  // namespace
+
+void ContrastMaskRow(const uint8_t* source, uint8_t* out, std::size_t pixels, int32_t degree) {
+  for (std::size_t x = 0; x < pixels; ++x, source += 4, out += 4) {
+    const int grey = 255 - (source[0] + source[1] + source[2]) / 3;
+    for (int c = 0; c < 3; ++c) out[c] = ContrastMasked(grey, source[c], degree);
+    out[3] = source[3];
+  }
+}
+
+uint32_t SumBlock(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly, uint32_t sums[4]) {
+  uint32_t count = 0;
+  sums[0] = sums[1] = sums[2] = sums[3] = 0;
+  for (int row = 0; row < rows; ++row, first += stride) {
+    for (const uint8_t *pixel = first, *end = first + 4 * std::size_t(pixels); pixel != end; pixel += 4) {
+      if (opaqueOnly && pixel[3] == 0) continue;
+      sums[0] += pixel[0], sums[1] += pixel[1], sums[2] += pixel[2], sums[3] += pixel[3];
+      ++count;
+    }
+  }
+  return count;
+}
+
+int RoundCoverage(const RoundMask& mask, int x, int y) {
+  const float dx = (x + 0.5f - mask.centreX) / mask.radiusX, dy = (y + 0.5f - mask.centreY) / mask.radiusY;
+  const float inside = (1.0f - std::sqrt(dx * dx + dy * dy)) * mask.reach / mask.edge;
+  return inside <= 0 ? 0 : inside >= 1 ? 256 : int(inside * 256.0f);
+}
+
+void BlendRoundRow(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
+                   const RoundMask& mask) {
+  for (int x = from; x < to; ++x) {
+    const int coverage = RoundCoverage(mask, x, y);
+    for (int c = 4 * x; c < 4 * x + 4; ++c) out[c] = uint8_t(source[c] + (((over[c] - source[c]) * coverage) >> 8));
   }
 }
 

@@ -1,19 +1,84 @@
-// Row kernels of the video effects: bytes, a pixel count and tables in, one output row out. Vector
-// variants give the scalar variant's bytes exactly. Kernels are defined out of line in kernels.cpp,
-// so no copy compiled in a -msse4.1 file can stand in for the scalar one.
+// Row kernels of the video effects and the photo corrections: bytes, a pixel count and tables or
+// plain numbers in, one output run out. A run may span many rows, as frames have no row padding.
+// Vector variants give the scalar variant's bytes exactly. Kernels are defined out of line in
+// kernels.cpp, so no copy compiled in a -msse4.1 file can stand in for the scalar one.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace vek {
 
+// A byte table for the three colour bytes, each entry already shifted to its byte's place in the
+// pixel, so that a pixel costs three lookups and one store.
+struct ColourTable {
+  uint32_t placed[3][256];
+};
+ColourTable PlaceTable(const uint8_t (&table)[256]);
 // Each colour byte through the table, alpha copied.
-void PosterizeRowArgb(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* table);
+void LookUpColourBytes(const uint8_t* source, uint8_t* out, std::size_t pixels, const ColourTable& table);
+
+// The posterize table of 2 to 64 levels, placed for whole pixels, and the same table as arithmetic
+// for the vector kernel: entry[i] = min(255, (((i * levels) & 0xFF00) * multiplier >> 16) >> shift).
+struct PosterizeTable {
+  uint8_t entry[256];
+  ColourTable colours;
+  uint16_t levels;
+  uint16_t multiplier;
+  int shift;
+};
+PosterizeTable BuildPosterizeTable(uint32_t levels);
+
+// Each colour byte through the table, alpha copied; LookUpColourBytes is the scalar variant.
+void PosterizeRowArgbSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, const PosterizeTable& table);
 // Luma/chroma pixels (V, U, Y, alpha) posterized in RGB; only the change is carried back, so the
 // chroma of a pixel the table leaves alone does not drift through the round trip.
-void PosterizeRowAyuv(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* table);
-void PosterizeRowAyuvSse41(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* table);
+void PosterizeRowAyuv(const uint8_t* source, uint8_t* out, std::size_t pixels, const PosterizeTable& table);
+void PosterizeRowAyuvSse41(const uint8_t* source, uint8_t* out, std::size_t pixels, const PosterizeTable& table);
+using PosterizeRowFn = void (*)(const uint8_t*, uint8_t*, std::size_t, const PosterizeTable&);
+
 // The row mirrored left to right.
 void MirrorRow(const uint8_t* source, uint8_t* out, int pixels);
+
+// Histograms of colour bytes 0, 1 and 2, counted on top of what they hold.
+void CountColourBytes(const uint8_t* pixels, std::size_t count, uint32_t (&histograms)[3][256]);
+
+// A linear stretch of one colour byte: 0 up to `low`, 255 from `high`, trunc((v - low) * scale)
+// between, the product in single precision.
+struct Stretch {
+  int32_t low;
+  int32_t high;
+  float scale;
+};
+uint8_t Stretched(const Stretch& stretch, int value);
+// Each colour byte through its channel's stretch, alpha copied.
+void StretchRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, const Stretch (&channels)[3]);
+
+// The contrast mask: each colour byte o under the inverted grey g = 255 - (c0 + c1 + c2) / 3 of
+// its pixel becomes the overlay g * o / 127 (o <= 127) or g + (o - 127) * (255 - g) / 128, blended
+// with o by degree / 256; alpha copied.
+void ContrastMaskRow(const uint8_t* source, uint8_t* out, std::size_t pixels, int32_t degree);
+// The same for degrees 0 to 256, in 16-bit lanes.
+void ContrastMaskRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, int32_t degree);
+
+// Sums of the four bytes over a block of `rows` rows of `pixels` pixels, `stride` bytes apart; when
+// `opaqueOnly`, pixels of alpha 0 are left out. Returns the number of pixels counted. Sums and count
+// wrap round past 32 bits.
+uint32_t SumBlock(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly, uint32_t sums[4]);
+uint32_t SumBlockSse2(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly,
+                      uint32_t sums[4]);
+
+// An ellipse's coverage of pixel centres, 0 outside to 256 well inside: with d the pixel centre's
+// offset from the centre in radii, (1 - |d|) * reach / edge cut to 0..1, in 256ths.
+struct RoundMask {
+  float centreX, centreY, radiusX, radiusY, reach, edge;
+};
+int RoundCoverage(const RoundMask& mask, int x, int y);
+// Pixels [from, to) of row y: `over` laid over `source` into `out` by the coverage c, each byte
+// s + (o - s) * c / 256 (floored). `over` may be `out`.
+void BlendRoundRow(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
+                   const RoundMask& mask);
+void BlendRoundRowSse2(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
+                       const RoundMask& mask);
 
 }  // namespace vek

@@ -22,10 +22,10 @@ inline __m128i Mix(int a, __m128i x, int b, __m128i y, int c, __m128i z, int off
 }  // namespace
 
 // Four pixels at a time: the colour transforms in 32-bit lanes, the table looked up per channel.
-void PosterizeRowAyuvSse41(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* table) {
+void PosterizeRowAyuvSse41(const uint8_t* source, uint8_t* out, std::size_t pixels, const PosterizeTable& table) {
   const __m128i low = _mm_set1_epi32(0xFF), zero = _mm_setzero_si128();
   alignas(16) int32_t rgb[3][4], posterized[3][4];
-  int x = 0;
+  std::size_t x = 0;
   for (; x + 4 <= pixels; x += 4) {
     const __m128i px = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + 4 * x));
     const __m128i v = _mm_and_si128(px, low), u = _mm_and_si128(_mm_srli_epi32(px, 8), low);
@@ -37,7 +37,7 @@ void PosterizeRowAyuvSse41(const uint8_t* source, uint8_t* out, int pixels, cons
     _mm_store_si128(reinterpret_cast<__m128i*>(rgb[1]), g);
     _mm_store_si128(reinterpret_cast<__m128i*>(rgb[2]), b);
     for (int c = 0; c < 3; ++c) {
-      for (int k = 0; k < 4; ++k) posterized[c][k] = table[rgb[c][k]];
+      for (int k = 0; k < 4; ++k) posterized[c][k] = table.entry[rgb[c][k]];
     }
     const __m128i dr = _mm_sub_epi32(_mm_load_si128(reinterpret_cast<const __m128i*>(posterized[0])), r);
     const __m128i dg = _mm_sub_epi32(_mm_load_si128(reinterpret_cast<const __m128i*>(posterized[1])), g);

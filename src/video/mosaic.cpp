@@ -2,8 +2,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <optional>
 
-#include "image/image.h"
+#include "video/kernels.h"
 #include "video/video_effects.h"
 
 using namespace vek;
@@ -66,38 +67,118 @@ BlockRun Blocks(int length, int size) {
   return run;
 }
 
-// The average of the source under a block, written over the whole block of the output.
-void FillBlock(const VideoFrame& frame, int x, int y, int width, int height, bool alphaAware) {
-  uint32_t sum[4] = {0, 0, 0, 0}, count = 0;
-  for (int row = y; row < y + height; ++row) {
-    const uint8_t* pixel = frame.SourceRow(row) + 4 * std::size_t(x);
-    const uint8_t* end = pixel + 4 * std::size_t(width);
-    if (alphaAware) {
-      for (; pixel < end; pixel += 4) {
-        if (pixel[3] == 0) continue;
-        sum[0] += pixel[0], sum[1] += pixel[1], sum[2] += pixel[2], sum[3] += pixel[3];
-        ++count;
-      }
-    } else {
-      for (; pixel < end; pixel += 4) sum[0] += pixel[0], sum[1] += pixel[1], sum[2] += pixel[2];
-      count += uint32_t(width);
-    }
-  }
-  uint8_t average[4] = {0, 0, 0, 0};
-  if (count > 0) {
-    for (int c = 0; c < 3; ++c) average[c] = uint8_t(sum[c] / count);
-    // Kept on purpose: without the alpha-aware flag the blocks come out with alpha 0.
-    average[3] = alphaAware ? uint8_t(sum[3] / count) : 0;
-  }
-  uint8_t* first = frame.OutputRow(y) + 4 * std::size_t(x);
-  for (int column = 0; column < width; ++column) std::memcpy(first + 4 * column, average, 4);
-  for (int row = y + 1; row < y + height; ++row) {
-    std::memcpy(frame.OutputRow(row) + 4 * std::size_t(x), first, 4 * std::size_t(width));
-  }
+// Where a block of a run lands in the output: kept on purpose, the clip compares with the start of
+// the area, not of the block, so it only ever trims a block as long as the whole area. A block
+// that ends up empty or before the frame is not drawn.
+struct Span {
+  int start;
+  int length;
+  bool Drawn() const { return length > 0 && start >= 0; }
+  int End() const { return start + length; }
+};
+
+Span PlaceBlock(const BlockRun& run, int block, int areaStart, int areaEnd, int frameLength) {
+  int length = run.Size(block);
+  if (length + areaStart >= areaEnd) length = areaEnd - areaStart - 1;
+  const int start = areaStart + run.Start(block);
+  return {start, std::min(length, frameLength - start)};
 }
 
-// The images the circle type composites with: lent by the host's buffer service when it has one,
-// else the effect's own. Whatever the service lent is given back when this goes.
+// Pixels [start, end) of one row into the same place of another.
+void CopyColumns(const uint8_t* from, uint8_t* to, int start, int end) {
+  if (start >= end) return;
+  std::memcpy(to + 4 * std::size_t(start), from + 4 * std::size_t(start), 4 * std::size_t(end - start));
+}
+
+// The blocks over the source: each gets the average of the source beneath it, and every other
+// pixel is the source's. The blocks follow one another without overlapping, so each row of a band
+// of blocks is the source outside the blocks' columns and a copy of the band's first row inside.
+class BlockPainter {
+ public:
+  BlockPainter(const VideoFrame& frame, const BlockRun& columns, int x0, int x1, bool alphaAware)
+      : frame_(frame), columns_(columns), x0_(x0), x1_(x1), alphaAware_(alphaAware) {
+    for (int column = 0; column < columns_.count; ++column) {
+      const Span span = Column(column);
+      if (!span.Drawn()) continue;
+      if (covered_.length == 0) {
+        covered_.start = span.start;
+      } else if (span.start != covered_.End()) {
+        gapless_ = false;
+      }
+      covered_.length = span.End() - covered_.start;
+    }
+  }
+
+  bool AnyColumn() const { return covered_.length > 0; }
+
+  void CopySourceRows(int from, int to) const {
+    if (from >= to) return;
+    std::memcpy(frame_.OutputRow(from), frame_.SourceRow(from), frame_.rowBytes * std::size_t(to - from));
+  }
+
+  void PaintBand(Span rows) const {
+    uint8_t* first = frame_.OutputRow(rows.start);
+    CopyOutside(rows.start);
+    for (int column = 0; column < columns_.count; ++column) {
+      const Span span = Column(column);
+      if (span.Drawn()) FillAverage(first, span, rows);
+    }
+    for (int y = rows.start + 1; y < rows.End(); ++y) {
+      CopyOutside(y);
+      uint8_t* row = frame_.OutputRow(y);
+      if (gapless_) {
+        CopyColumns(first, row, covered_.start, covered_.End());
+        continue;
+      }
+      for (int column = 0; column < columns_.count; ++column) {
+        const Span span = Column(column);
+        if (span.Drawn()) CopyColumns(first, row, span.start, span.End());
+      }
+    }
+  }
+
+ private:
+  Span Column(int column) const { return PlaceBlock(columns_, column, x0_, x1_, frame_.width); }
+
+  // The source of row y where no block lies; between blocks too when there are gaps.
+  void CopyOutside(int y) const {
+    const uint8_t* source = frame_.SourceRow(y);
+    uint8_t* out = frame_.OutputRow(y);
+    if (!gapless_) {
+      std::memcpy(out, source, frame_.rowBytes);
+      return;
+    }
+    CopyColumns(source, out, 0, covered_.start);
+    CopyColumns(source, out, covered_.End(), frame_.width);
+  }
+
+  // The average of the source under a block, written over the block's part of the band's first row.
+  void FillAverage(uint8_t* first, Span columns, Span rows) const {
+    uint32_t sums[4];
+    const uint32_t count = SumBlockSse2(frame_.SourceRow(rows.start) + 4 * std::size_t(columns.start), frame_.rowBytes,
+                                        columns.length, rows.length, alphaAware_, sums);
+    uint8_t average[4] = {0, 0, 0, 0};
+    if (count > 0) {
+      for (int c = 0; c < 3; ++c) average[c] = uint8_t(sums[c] / count);
+      // Kept on purpose: without the alpha-aware flag the blocks come out with alpha 0.
+      average[3] = alphaAware_ ? uint8_t(sums[3] / count) : 0;
+    }
+    uint8_t* out = first + 4 * std::size_t(columns.start);
+    for (int x = 0; x < columns.length; ++x) std::memcpy(out + 4 * x, average, 4);
+  }
+
+  const VideoFrame& frame_;
+  const BlockRun& columns_;
+  int x0_, x1_;
+  bool alphaAware_;
+  Span covered_ = {0, 0};  // from the first drawn column to the end of the last
+  bool gapless_ = true;
+};
+
+// The images the circle type composites with, lent by the host's buffer service: the output
+// wrapped, and a working image that keeps the mosaic while the output takes the source back.
+// Without a working image the mosaic is read from the output itself, just before it is written.
+// Whatever the service lent is given back when this goes.
 class CircleImages {
  public:
   CircleImages(VekObject* service, const VideoFrame& frame) : service_(service) {
@@ -115,11 +196,7 @@ class CircleImages {
     } else {
       targetPixels_ = frame.output, targetStride_ = frame.rowBytes;
     }
-    if (Covers(work_, frame)) {
-      workPixels_ = work_->pixels, workStride_ = work_->rowBytes;
-    } else if (ownWork_.Allocate(frame.width, frame.height)) {
-      workPixels_ = ownWork_.Row(0), workStride_ = ownWork_.RowBytes();
-    }
+    if (Covers(work_, frame)) workPixels_ = work_->pixels, workStride_ = work_->rowBytes;
   }
   ~CircleImages() {
     const VekOperation* operations = service_ ? service_->operations : nullptr;
@@ -132,7 +209,7 @@ class CircleImages {
   CircleImages& operator=(const CircleImages&) = delete;
 
   uint8_t* TargetRow(int y) const { return targetPixels_ + std::size_t(y) * targetStride_; }
-  // Null when no working image could be had; the mosaic is then read back from the target.
+  // Null without a working image.
   uint8_t* WorkRow(int y) const { return workPixels_ ? workPixels_ + std::size_t(y) * workStride_ : nullptr; }
 
  private:
@@ -144,51 +221,111 @@ class CircleImages {
   VekObject* service_;
   VekImageBuffer* target_ = nullptr;
   VekImageBuffer* work_ = nullptr;
-  VEKImageUtility::CImageARGB ownWork_;
   uint8_t* targetPixels_ = nullptr;
   std::size_t targetStride_ = 0;
   uint8_t* workPixels_ = nullptr;
   std::size_t workStride_ = 0;
 };
 
-// Coverage 0..256 of an ellipse inscribed in the area, falling to 0 over about a pixel and a half
-// (more on large areas) just inside its rim, so the circle stays inside the rectangle.
-class RoundMask {
- public:
-  RoundMask(int x0, int y0, int width, int height)
-      : centreX_(x0 + width * 0.5f), centreY_(y0 + height * 0.5f), radiusX_(width * 0.5f),
-        radiusY_(height * 0.5f), edge_(std::max(1.5f, std::min(radiusX_, radiusY_) / 48.0f)) {}
+// The first x of [from, to) at which `reached` holds, given that it holds from there to the end.
+// The search starts at `guess` and widens its steps away from it before it bisects, so a close
+// guess costs a few calls; any guess gives the same answer.
+template <class Predicate> int FirstWhere(int from, int to, int guess, Predicate reached) {
+  int low = from, high = to;  // the answer lies in [low, high]
+  guess = std::clamp(guess, from, to);
+  if (guess == to || reached(guess)) {
+    high = guess;
+    for (int step = 1; low < high; step *= 2) {
+      const int probe = std::max(low, high - step);
+      if (!reached(probe)) {
+        low = probe + 1;
+        break;
+      }
+      high = probe;
+    }
+  } else {
+    low = guess + 1;
+    for (int step = 1; low < high; step *= 2) {
+      const int probe = std::min(high - 1, low + step - 1);
+      if (reached(probe)) {
+        high = probe;
+        break;
+      }
+      low = probe + 1;
+    }
+  }
+  while (low < high) {
+    const int middle = low + (high - low) / 2;
+    if (reached(middle)) {
+      high = middle;
+    } else {
+      low = middle + 1;
+    }
+  }
+  return low;
+}
 
-  int Coverage(int x, int y) const {
-    const float dx = (x + 0.5f - centreX_) / radiusX_, dy = (y + 0.5f - centreY_) / radiusY_;
-    const float inside = (1.0f - std::sqrt(dx * dx + dy * dy)) * std::min(radiusX_, radiusY_) / edge_;
-    return inside <= 0 ? 0 : inside >= 1 ? 256 : int(inside * 256.0f);
+// The ellipse inscribed in the area, its coverage falling to 0 over about a pixel and a half (more
+// on large areas) just inside its rim, so the circle stays inside the rectangle.
+RoundMask InscribedMask(int x0, int y0, int width, int height) {
+  const float radiusX = width * 0.5f, radiusY = height * 0.5f, reach = std::min(radiusX, radiusY);
+  return {x0 + radiusX, y0 + radiusY, radiusX, radiusY, reach, std::max(1.5f, reach / 48.0f)};
+}
+
+// Columns [from, rimStart) and [rimEnd, to) of a row have coverage 0, [fullStart, fullEnd) 256,
+// the rest lies between. Every step of the coverage keeps order, so along a row it rises up to the
+// centre column and falls after it, and each edge is searched for from where the ellipse puts it.
+struct RowCoverage {
+  int rimStart, fullStart, fullEnd, rimEnd;
+};
+RowCoverage CoverageOfRow(const RoundMask& mask, int y, int from, int to) {
+  auto coverage = [&](int x) { return RoundCoverage(mask, x, y); };
+  const float dy = (y + 0.5f - mask.centreY) / mask.radiusY, inner = 1.0f - mask.edge / mask.reach;
+  // Half the width of the row's part of an ellipse of `radius` radii.
+  auto halfWidth = [&](float radius) { return mask.radiusX * std::sqrt(std::max(0.0f, radius * radius - dy * dy)); };
+  const float axis = mask.centreX - 0.5f, outer = halfWidth(1.0f), full = halfWidth(std::max(inner, 0.0f));
+  const int centre = FirstWhere(from, to, int(std::ceil(axis)), [&](int x) { return x + 0.5f - mask.centreX >= 0; });
+  const int rimStart = FirstWhere(from, centre, int(std::ceil(axis - outer)), [&](int x) { return coverage(x) > 0; });
+  const int fullStart =
+      FirstWhere(rimStart, centre, int(std::ceil(axis - full)), [&](int x) { return coverage(x) == 256; });
+  const int fullEnd = FirstWhere(centre, to, int(axis + full) + 1, [&](int x) { return coverage(x) < 256; });
+  const int rimEnd = FirstWhere(fullEnd, to, int(axis + outer) + 1, [&](int x) { return coverage(x) == 0; });
+  return {rimStart, fullStart, fullEnd, rimEnd};
+}
+
+// The mosaic kept only inside the round area: the output goes back to the source, and the mosaic
+// is laid over it through the mask. Outside the area nothing changes. Rows are taken as soon as
+// their mosaic is drawn, while they are still in the caches.
+class CircleKeeper {
+ public:
+  CircleKeeper(VekObject* service, const VideoFrame& frame, int x0, int y0, int width, int height)
+      : frame_(frame), images_(service, frame), mask_(InscribedMask(x0, y0, width, height)), x0_(x0),
+        x1_(std::min(x0 + width, frame.width)), y0_(y0), y1_(std::min(y0 + height, frame.height)) {}
+
+  void KeepRows(int from, int to) const {
+    for (int y = std::max(from, y0_); y < std::min(to, y1_); ++y) KeepRow(y);
   }
 
  private:
-  float centreX_, centreY_, radiusX_, radiusY_, edge_;
-};
-
-// The mosaic kept only inside the round area: the output goes back to the source, and the mosaic
-// is laid over it through the mask. Outside the area nothing changes.
-void KeepCircle(VekObject* service, const VideoFrame& frame, int x0, int y0, int width, int height) {
-  CircleImages images(service, frame);
-  const int x1 = std::min(x0 + width, frame.width), y1 = std::min(y0 + height, frame.height);
-  const RoundMask mask(x0, y0, width, height);
-  for (int y = y0; y < y1; ++y) {
-    uint8_t* target = images.TargetRow(y);
-    uint8_t* work = images.WorkRow(y);
-    if (work) std::memcpy(work, target, frame.rowBytes);
+  void KeepRow(int y) const {
+    uint8_t* target = images_.TargetRow(y);
+    uint8_t* work = images_.WorkRow(y);
+    if (work) CopyColumns(target, work, x0_, x1_);
     const uint8_t* mosaic = work ? work : target;
-    const uint8_t* source = frame.SourceRow(y);
-    for (int x = x0; x < x1; ++x) {
-      const int coverage = mask.Coverage(x, y);
-      for (int c = 4 * x; c < 4 * x + 4; ++c) {
-        target[c] = uint8_t(source[c] + (((int(mosaic[c]) - int(source[c])) * coverage) >> 8));
-      }
-    }
+    const uint8_t* source = frame_.SourceRow(y);
+    const RowCoverage row = CoverageOfRow(mask_, y, x0_, x1_);
+    CopyColumns(source, target, x0_, row.rimStart);
+    BlendRoundRowSse2(source, mosaic, target, row.rimStart, row.fullStart, y, mask_);
+    if (work) CopyColumns(work, target, row.fullStart, row.fullEnd);
+    BlendRoundRowSse2(source, mosaic, target, row.fullEnd, row.rimEnd, y, mask_);
+    CopyColumns(source, target, row.rimEnd, x1_);
   }
-}
+
+  const VideoFrame& frame_;
+  CircleImages images_;
+  RoundMask mask_;
+  int x0_, x1_, y0_, y1_;
+};
 
 }  // namespace
 
@@ -212,31 +349,29 @@ VekStatus VI_Mosaic::Process(VekEffectInstance* instance) noexcept {
   area.left = std::max(area.left, 0.0f), area.top = std::max(area.top, 0.0f);
   area.right = std::min(area.right, 1.0f), area.bottom = std::min(area.bottom, 1.0f);
 
-  frame.fieldMode = VEK_FIELD_FRAME;  // the whole frame in every field mode
-  frame.CopyRows();
   const int areaWidth = Trunc((area.right - area.left) * float(W));
   const int areaHeight = Trunc((area.bottom - area.top) * float(H));
-  if (areaWidth < 1 || areaHeight < 1) return VEK_S_OK;
   const int x0 = Trunc(float(W) * area.left), x1 = Trunc(float(W) * area.right);
   const int y0 = Trunc(float(H) * area.top), y1 = Trunc(float(H) * area.bottom);
-
-  const BlockRun columns = Blocks(areaWidth, blockWidth), rowsOfBlocks = Blocks(areaHeight, blockHeight);
-  const bool alphaAware = instance->alphaAware != 0;
-  for (int row = 0; row < rowsOfBlocks.count; ++row) {
-    int height = rowsOfBlocks.Size(row);
-    // Kept on purpose: the clip compares with the start of the area, not of the block, so it only
-    // ever trims a block as high as the whole area.
-    if (height + y0 >= y1) height = y1 - y0 - 1;
-    const int top = y0 + rowsOfBlocks.Start(row);
-    height = std::min(height, H - top);
-    for (int column = 0; column < columns.count; ++column) {
-      int width = columns.Size(column);
-      if (width + x0 >= x1) width = x1 - x0 - 1;
-      const int left = x0 + columns.Start(column);
-      width = std::min(width, W - left);
-      if (width > 0 && height > 0 && left >= 0 && top >= 0) FillBlock(frame, left, top, width, height, alphaAware);
-    }
+  frame.fieldMode = VEK_FIELD_FRAME;  // the whole frame in every field mode
+  if (areaWidth < 1 || areaHeight < 1) {
+    frame.CopyRows();
+    return VEK_S_OK;
   }
-  if (type == kCircle) KeepCircle(instance->bufferService, frame, x0, y0, areaWidth, areaHeight);
+  const BlockRun columns = Blocks(areaWidth, blockWidth), bands = Blocks(areaHeight, blockHeight);
+  const BlockPainter painter(frame, columns, x0, x1, instance->alphaAware != 0);
+  std::optional<CircleKeeper> circle;
+  if (type == kCircle) circle.emplace(instance->bufferService, frame, x0, y0, areaWidth, areaHeight);
+  int copiedTo = 0;
+  for (int band = 0; band < bands.count && painter.AnyColumn(); ++band) {
+    const Span rowsOfBand = PlaceBlock(bands, band, y0, y1, H);
+    if (!rowsOfBand.Drawn()) continue;
+    painter.CopySourceRows(copiedTo, rowsOfBand.start);
+    painter.PaintBand(rowsOfBand);
+    if (circle) circle->KeepRows(copiedTo, rowsOfBand.End());
+    copiedTo = rowsOfBand.End();
+  }
+  painter.CopySourceRows(copiedTo, H);
+  if (circle) circle->KeepRows(copiedTo, H);
   return VEK_S_OK;
 }

@@ -15,22 +15,16 @@ namespace {
 struct PosterizeLevels {
   static constexpr uint32_t kUnbuilt = uint32_t(-1);
   uint32_t count = kUnbuilt;
-  uint8_t table[256] = {};
+  PosterizeTable table = {};
 
   bool Usable() const { return count >= 2 && count <= 64; }
   void Update(uint32_t levels) {
     if (levels == count) return;
     count = levels;
-    if (!Usable()) return;
-    for (uint32_t i = 0; i < 256; ++i) {
-      const uint32_t step = (i * levels) >> 8;
-      table[i] = step < 1 ? 0 : step < levels - 1 ? uint8_t((step * 256) / (levels - 1)) : 255;
-    }
+    if (Usable()) table = BuildPosterizeTable(levels);
   }
 };
 PosterizeLevels gLevels;
-
-using PosterizeRowFn = void (*)(const uint8_t*, uint8_t*, int, const uint8_t*);
 
 }  // namespace
 
@@ -67,16 +61,21 @@ VekStatus VI_Posterize::Process(VekEffectInstance* instance) noexcept {
     frame.CopyRows();
     return VEK_S_OK;
   }
-  const uint8_t* table = gLevels.table;
-  const bool vector = frame.renderHint >= 3 && (frame.workers < 2 || !frame.WholeFrame());
-  const PosterizeRowFn row = !frame.lumaChroma ? PosterizeRowArgb : vector ? PosterizeRowAyuvSse41 : PosterizeRowAyuv;
-  if (frame.WholeFrame() && !frame.lumaChroma) {
+  const PosterizeTable& table = gLevels.table;
+  const std::size_t width = std::size_t(frame.width);
+  if (frame.lumaChroma) {
+    const bool vector = frame.renderHint >= 3 && (frame.workers < 2 || !frame.WholeFrame());
+    const PosterizeRowFn row = vector ? PosterizeRowAyuvSse41 : PosterizeRowAyuv;
+    ForEachRow(frame.Rows(), [&](int y) { row(frame.SourceRow(y), frame.OutputRow(y), width, table); });
+  } else if (frame.WholeFrame()) {
+    // Rows follow one another without gaps, so a band of rows is one run of pixels.
     ParallelRows(frame.workers, frame.height, [&](int y0, int y1) {
-      for (int y = y0; y < y1; ++y) row(frame.SourceRow(y), frame.OutputRow(y), frame.width, table);
+      PosterizeRowArgbSse2(frame.SourceRow(y0), frame.OutputRow(y0), std::size_t(y1 - y0) * width, table);
     });
-    return VEK_S_OK;
+  } else {
+    ForEachRow(frame.Rows(),
+               [&](int y) { PosterizeRowArgbSse2(frame.SourceRow(y), frame.OutputRow(y), width, table); });
   }
-  ForEachRow(frame.Rows(), [&](int y) { row(frame.SourceRow(y), frame.OutputRow(y), frame.width, table); });
   return VEK_S_OK;
 }
 

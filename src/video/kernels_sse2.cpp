@@ -1,0 +1,184 @@
+// Kernels written for SSE2, which every x86-64 processor has, so they need no render hint. Each
+// takes four pixels at a time and leaves the last few to its scalar kernel.
+#include <emmintrin.h>
+
+#include "video/kernels.h"
+
+namespace vek {
+namespace {
+
+inline __m128i Load(const uint8_t* bytes) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+}
+inline void Store(uint8_t* bytes, __m128i value) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), value);
+}
+
+inline __m128i AlphaBytes() {
+  return _mm_set1_epi32(int(0xFF000000u));
+}
+
+// The colour bytes of `colour` with the alpha bytes of `pixels`.
+inline __m128i WithAlphaOf(__m128i pixels, __m128i colour) {
+  return _mm_or_si128(_mm_and_si128(pixels, AlphaBytes()), _mm_andnot_si128(AlphaBytes(), colour));
+}
+
+}  // namespace
+
+void PosterizeRowArgbSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, const PosterizeTable& table) {
+  const __m128i levels = _mm_set1_epi16(int16_t(table.levels));
+  const __m128i multiplier = _mm_set1_epi16(int16_t(table.multiplier));
+  const __m128i shift = _mm_cvtsi32_si128(table.shift);
+  const __m128i stepStart = _mm_set1_epi16(int16_t(0xFF00));
+  const __m128i zero = _mm_setzero_si128();
+  // (v * levels) & 0xFF00 is the step times 256; the multiply-high divides it by levels - 1.
+  auto level = [&](__m128i bytes16) {
+    const __m128i step = _mm_and_si128(_mm_mullo_epi16(bytes16, levels), stepStart);
+    return _mm_srl_epi16(_mm_mulhi_epu16(step, multiplier), shift);
+  };
+  std::size_t x = 0;
+  for (; x + 4 <= pixels; x += 4) {
+    const __m128i px = Load(source + 4 * x);
+    const __m128i levelled = _mm_packus_epi16(level(_mm_unpacklo_epi8(px, zero)), level(_mm_unpackhi_epi8(px, zero)));
+    Store(out + 4 * x, WithAlphaOf(px, levelled));
+  }
+  LookUpColourBytes(source + 4 * x, out + 4 * x, pixels - x, table.colours);
+}
+
+// Each pixel in four 32-bit lanes, the stretch taken in single precision step by step as Stretched
+// takes it, so the truncations agree. Bytes at or above `high` are forced to 255 after packing.
+void StretchRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, const Stretch (&channels)[3]) {
+  // The alpha lanes compute nothing that is kept: alpha comes from the source.
+  const __m128i low = _mm_setr_epi32(channels[0].low, channels[1].low, channels[2].low, 0);
+  const __m128 scale = _mm_setr_ps(channels[0].scale, channels[1].scale, channels[2].scale, 0.0f);
+  const __m128i high = _mm_set1_epi32(
+      int(uint32_t(channels[0].high) | uint32_t(channels[1].high) << 8 | uint32_t(channels[2].high) << 16));
+  const __m128i zero = _mm_setzero_si128();
+  auto stretch = [&](__m128i pixel32) {
+    return _mm_cvttps_epi32(_mm_mul_ps(_mm_cvtepi32_ps(_mm_sub_epi32(pixel32, low)), scale));
+  };
+  std::size_t x = 0;
+  for (; x + 4 <= pixels; x += 4) {
+    const __m128i px = Load(source + 4 * x);
+    const __m128i low16 = _mm_unpacklo_epi8(px, zero), high16 = _mm_unpackhi_epi8(px, zero);
+    const __m128i first =
+        _mm_packs_epi32(stretch(_mm_unpacklo_epi16(low16, zero)), stretch(_mm_unpackhi_epi16(low16, zero)));
+    const __m128i second =
+        _mm_packs_epi32(stretch(_mm_unpacklo_epi16(high16, zero)), stretch(_mm_unpackhi_epi16(high16, zero)));
+    const __m128i atTop = _mm_cmpeq_epi8(_mm_max_epu8(px, high), px);
+    Store(out + 4 * x, WithAlphaOf(px, _mm_or_si128(_mm_packus_epi16(first, second), atTop)));
+  }
+  for (; x < pixels; ++x) {
+    for (int c = 0; c < 3; ++c) out[4 * x + c] = Stretched(channels[c], source[4 * x + c]);
+    out[4 * x + 3] = source[4 * x + 3];
+  }
+}
+
+namespace {
+
+// Two pixels in 16-bit lanes through the contrast mask. The alpha lanes are blended with a degree
+// of 0 and come out as they went in.
+inline __m128i ContrastMaskPair(__m128i v, __m128i twiceDegree) {
+  const __m128i c127 = _mm_set1_epi16(127);
+  // (c0 + c1 + c2) / 3 in all four lanes of its pixel: 21846 / 65536 divides sums up to 765 exactly.
+  __m128i sum = _mm_madd_epi16(v, _mm_setr_epi16(21846, 21846, 21846, 0, 21846, 21846, 21846, 0));
+  sum = _mm_add_epi32(sum, _mm_srli_epi64(sum, 32));
+  const __m128i third = _mm_shufflehi_epi16(_mm_shufflelo_epi16(sum, 0x55), 0x55);
+  const __m128i grey = _mm_sub_epi16(_mm_set1_epi16(255), third);
+  // Both halves of the overlay give g at o = 127, so it is the dark half taken at min(o, 127) plus
+  // the light half's rise (o - 127) * (255 - g) / 128 above it, 0 below. 33027 / 2^22 divides by 127
+  // exactly up to 255 * 127.
+  const __m128i darkProduct = _mm_mullo_epi16(grey, _mm_min_epi16(v, c127));
+  const __m128i dark = _mm_srli_epi16(_mm_mulhi_epu16(darkProduct, _mm_set1_epi16(int16_t(33027))), 6);
+  const __m128i rise = _mm_srli_epi16(_mm_mullo_epi16(_mm_subs_epu16(v, c127), third), 7);
+  const __m128i overlay = _mm_add_epi16(dark, rise);
+  // o + floor((overlay - o) * degree / 256): the difference times 128 and the degree times 2 fit 16 bits.
+  return _mm_add_epi16(v, _mm_mulhi_epi16(_mm_slli_epi16(_mm_sub_epi16(overlay, v), 7), twiceDegree));
+}
+
+}  // namespace
+
+void ContrastMaskRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, int32_t degree) {
+  const int16_t twice = int16_t(2 * degree);
+  const __m128i twiceDegree = _mm_setr_epi16(twice, twice, twice, 0, twice, twice, twice, 0);
+  const __m128i zero = _mm_setzero_si128();
+  std::size_t x = 0;
+  for (; x + 4 <= pixels; x += 4) {
+    const __m128i px = Load(source + 4 * x);
+    Store(out + 4 * x, _mm_packus_epi16(ContrastMaskPair(_mm_unpacklo_epi8(px, zero), twiceDegree),
+                                        ContrastMaskPair(_mm_unpackhi_epi8(px, zero), twiceDegree)));
+  }
+  ContrastMaskRow(source + 4 * x, out + 4 * x, pixels - x, degree);
+}
+
+// Pairs of pixels are summed in 16-bit lanes, at most 128 groups of four pixels before they are
+// widened. The last group of a row ends at the row's end and overlaps the one before: the pixels
+// it shares with that one are cleared, so they add nothing and are not counted again.
+uint32_t SumBlockSse2(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly,
+                      uint32_t sums[4]) {
+  if (pixels < 4) return SumBlock(first, stride, pixels, rows, opaqueOnly, sums);
+  const __m128i zero = _mm_setzero_si128(), ones = _mm_set1_epi32(-1);
+  const int tail = pixels & 3;
+  const __m128i tailKept = _mm_cmpgt_epi32(_mm_setr_epi32(0, 1, 2, 3), _mm_set1_epi32(3 - tail));
+  __m128i total = zero, opaque = zero, pairs = zero;
+  int groups = 0;
+  auto flush = [&] {
+    total = _mm_add_epi32(total, _mm_add_epi32(_mm_unpacklo_epi16(pairs, zero), _mm_unpackhi_epi16(pairs, zero)));
+    pairs = zero, groups = 0;
+  };
+  auto add = [&](__m128i px) {
+    if (opaqueOnly) {
+      const __m128i clear = _mm_cmpeq_epi32(_mm_and_si128(px, AlphaBytes()), zero);
+      px = _mm_andnot_si128(clear, px);
+      opaque = _mm_sub_epi32(opaque, _mm_andnot_si128(clear, ones));
+    }
+    pairs = _mm_add_epi16(pairs, _mm_add_epi16(_mm_unpacklo_epi8(px, zero), _mm_unpackhi_epi8(px, zero)));
+    if (++groups == 128) flush();
+  };
+  for (int row = 0; row < rows; ++row, first += stride) {
+    int x = 0;
+    for (; x + 4 <= pixels; x += 4) add(Load(first + 4 * x));
+    if (tail) add(_mm_and_si128(Load(first + 4 * (pixels - 4)), tailKept));
+  }
+  flush();
+  alignas(16) uint32_t lanes[4], opaqueLanes[4];
+  _mm_store_si128(reinterpret_cast<__m128i*>(lanes), total);
+  _mm_store_si128(reinterpret_cast<__m128i*>(opaqueLanes), opaque);
+  for (int c = 0; c < 4; ++c) sums[c] = lanes[c];
+  if (!opaqueOnly) return uint32_t(pixels) * uint32_t(rows);
+  return opaqueLanes[0] + opaqueLanes[1] + opaqueLanes[2] + opaqueLanes[3];
+}
+
+// Four pixels at a time, the coverage with the scalar kernel's single-precision steps in lanes.
+void BlendRoundRowSse2(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
+                       const RoundMask& mask) {
+  const float dy = (y + 0.5f - mask.centreY) / mask.radiusY;
+  const __m128 dySquared = _mm_set1_ps(dy * dy), half = _mm_set1_ps(0.5f), one = _mm_set1_ps(1.0f);
+  const __m128 centre = _mm_set1_ps(mask.centreX), radius = _mm_set1_ps(mask.radiusX);
+  const __m128 reach = _mm_set1_ps(mask.reach), edge = _mm_set1_ps(mask.edge);
+  const __m128i zero = _mm_setzero_si128();
+  // floor(d * c / 256) as the multiply-high of d * 128 and c * 2, neither beyond 16 bits.
+  auto blend = [&](__m128i s16, __m128i o16, __m128i twiceCoverage) {
+    return _mm_add_epi16(s16, _mm_mulhi_epi16(_mm_slli_epi16(_mm_sub_epi16(o16, s16), 7), twiceCoverage));
+  };
+  int x = from;
+  for (; x + 4 <= to; x += 4) {
+    const __m128 column = _mm_cvtepi32_ps(_mm_setr_epi32(x, x + 1, x + 2, x + 3));
+    const __m128 dx = _mm_div_ps(_mm_sub_ps(_mm_add_ps(column, half), centre), radius);
+    const __m128 distance = _mm_sqrt_ps(_mm_add_ps(_mm_mul_ps(dx, dx), dySquared));
+    const __m128 inside = _mm_div_ps(_mm_mul_ps(_mm_sub_ps(one, distance), reach), edge);
+    const __m128 in256ths =
+        _mm_min_ps(_mm_max_ps(_mm_mul_ps(inside, _mm_set1_ps(256.0f)), _mm_setzero_ps()), _mm_set1_ps(256.0f));
+    const __m128i coverage = _mm_cvttps_epi32(in256ths);
+    const __m128i twice16 = _mm_packs_epi32(_mm_add_epi32(coverage, coverage), zero);
+    const __m128i pairs = _mm_unpacklo_epi16(twice16, twice16);  // c0 c0 c1 c1 c2 c2 c3 c3
+    const __m128i s = Load(source + 4 * x), o = Load(over + 4 * x);
+    const __m128i low = blend(_mm_unpacklo_epi8(s, zero), _mm_unpacklo_epi8(o, zero), _mm_unpacklo_epi32(pairs, pairs));
+    const __m128i high =
+        blend(_mm_unpackhi_epi8(s, zero), _mm_unpackhi_epi8(o, zero), _mm_unpackhi_epi32(pairs, pairs));
+    Store(out + 4 * x, _mm_packus_epi16(low, high));
+  }
+  BlendRoundRow(source, over, out, x, to, y, mask);
+}
+
+}  // namespace vek
