@@ -6,10 +6,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "color/kernels.h"
+#include "color/stage_tables.h"
 #include "color/tone_curves.h"
 #include "effect_run.h"
 #include "module/catalogue.h"
@@ -27,9 +28,12 @@ namespace colour = vek::colour;
 
 using Settings = std::vector<std::pair<const char*, std::string>>;
 
-Frame Adjust(Frame& source, const Settings& settings, RenderMode mode = {}) {
+// Renders with the settings; a brightness, when given, is written raw into the value block (far
+// beyond its row it makes a map that falls in places, where the order of equal bytes shows).
+Frame Adjust(Frame& source, const Settings& settings, RenderMode mode = {}, const int32_t* brightness = nullptr) {
   EffectRun run("DSP_CO_ColorAdj");
   for (const auto& [key, value] : settings) run.Set(key, value);
+  if (brightness) std::memcpy(run.Instance().Values(), brightness, sizeof *brightness);
   return run.Render(source, mode);
 }
 
@@ -47,9 +51,11 @@ std::vector<int> Table(int (*knots)(double, colour::SplineKnots&), double value)
   return {table, table + 256};
 }
 
-int Rounded(double value) { return std::clamp(int(std::floor(std::min(value, 255.0) + 0.5)), 0, 255); }
+int Rounded(double value) {
+  return std::clamp(int(std::floor(std::min(value, 255.0) + 0.5)), 0, 255);
+}
 
-TEST(ToneCurves, KnotLevelsFollowTheirQuadratics) {
+TEST(ToneCurves, KnotsFollowTheirQuadraticsAndTheSplineItsShape) {
   for (double b : {-100.0, -37.0, 50.0, 100.0}) {
     const std::vector<int> table = Table(colour::BrightnessKnots, b);
     const double y128 = b > 0 ? 1.4511 * b - 0.0031 * b * b + 127.07 : 0.0036 * b * b + 1.1329 * b + 127.71;
@@ -64,23 +70,19 @@ TEST(ToneCurves, KnotLevelsFollowTheirQuadratics) {
     EXPECT_EQ(table[128], 128);
   }
   for (double e : {-4.0, -1.5, 0.0, 2.0}) {
-    const std::vector<int> table = Table(colour::ExposureKnots, e);
     const double y100 = e > 0 ? 26.157 * e - 0.2143 * e * e + 99.371 : 4.9286 * e * e + 41.414 * e + 99.457;
-    EXPECT_EQ(table[100], Rounded(y100)) << "exposure " << e;
+    EXPECT_EQ(Table(colour::ExposureKnots, e)[100], Rounded(y100)) << "exposure " << e;
   }
   // Below zero the last exposure knot is not white: at -4 it pulls the top down to 64.69.
   EXPECT_EQ(Table(colour::ExposureKnots, -4)[255], 65);
   EXPECT_EQ(Table(colour::ExposureKnots, 0)[255], 255) << "260.29 is cut to 255";
   EXPECT_EQ(Table(colour::ContrastKnots, 0)[32], 31) << "contrast 0 is near, not at, the identity";
-}
 
-TEST(ToneCurves, BetweenKnotsTheRationalSplineHoldsItsShape) {
   // Brightness 50 between the knots 128 and 160: the segment's slope s equals d_i, so the spline
   // reduces to y_i + delta s t / ((d_k - s) t u + s) with d_k the next segment's slope.
   const double b = 50;
   const double y128 = 1.4511 * b - 0.0031 * b * b + 127.07, y160 = 1.4941 * b - 0.006 * b * b + 160.39;
-  const double y192 = 1.2166 * b - 0.0063 * b * b + 193.75;
-  const double s = (y160 - y128) / 32, dk = (y192 - y160) / 32;
+  const double s = (y160 - y128) / 32, dk = (1.2166 * b - 0.0063 * b * b + 193.75 - y160) / 32;
   const std::vector<int> table = Table(colour::BrightnessKnots, b);
   for (int v : {133, 144, 155}) {
     const double t = (v - 128) / 32.0, u = 1 - t;
@@ -89,9 +91,7 @@ TEST(ToneCurves, BetweenKnotsTheRationalSplineHoldsItsShape) {
   for (double value : {-100.0, -50.0, 1.0, 100.0}) {
     for (auto knots : {colour::BrightnessKnots, colour::ContrastKnots}) {
       const std::vector<int> curve = Table(knots, value);
-      EXPECT_EQ(curve[0], 0);
-      EXPECT_EQ(curve[255], 255);
-      EXPECT_TRUE(std::is_sorted(curve.begin(), curve.end())) << value;
+      EXPECT_TRUE(curve[0] == 0 && curve[255] == 255 && std::is_sorted(curve.begin(), curve.end())) << value;
     }
   }
 }
@@ -113,9 +113,7 @@ TEST(ColorAdj, GreyFollowsExposureOfContrastOfBrightness) {
   int otherOrderDiffers = 0;
   for (int g = 0; g < 256; ++g) {
     const uint8_t* p = out.Row(0) + 4 * g;
-    ASSERT_EQ(p[0], e[c[b[g]]]) << g;
-    ASSERT_TRUE(p[1] == p[0] && p[2] == p[0]) << "grey stays grey at " << g;
-    ASSERT_EQ(p[3], g) << "alpha";
+    ASSERT_TRUE(p[0] == e[c[b[g]]] && p[1] == p[0] && p[2] == p[0] && p[3] == g) << g;
     otherOrderDiffers += b[c[e[g]]] != e[c[b[g]]];
   }
   EXPECT_GT(otherOrderDiffers, 0) << "the settings must tell the orders apart";
@@ -127,9 +125,12 @@ void ApplyRule(const uint8_t* in, uint8_t* out, const std::vector<int>& map) {
   const int c[3] = {in[0], in[1], in[2]};
   int hi = 0, lo;
   if (!(c[1] <= c[0] && c[2] <= c[0])) hi = c[1] >= c[0] && c[1] >= c[2] ? 1 : 2;
-  if (hi == 0) lo = c[1] <= c[2] ? 1 : 2;
-  else if (hi == 1) lo = c[0] <= c[2] ? 0 : 2;
-  else lo = c[0] <= c[1] ? 0 : 1;
+  if (hi == 0)
+    lo = c[1] <= c[2] ? 1 : 2;
+  else if (hi == 1)
+    lo = c[0] <= c[2] ? 0 : 2;
+  else
+    lo = c[0] <= c[1] ? 0 : 1;
   const int mid = 3 - hi - lo, mx = c[hi], mn = c[lo], md = c[mid];
   int t = map[md];
   if (mx != mn) t = map[mn] + ((mx - mn) / 2 + (map[mx] - map[mn]) * (md - mn)) / (mx - mn);
@@ -139,26 +140,14 @@ void ApplyRule(const uint8_t* in, uint8_t* out, const std::vector<int>& map) {
   out[3] = in[3];
 }
 
-// Renders with the settings, and with brightness written raw into the value block when given (a
-// brightness far beyond its row makes a map that falls in places, where the order of equal bytes
-// shows in the result).
-Frame AdjustRaw(Frame& source, const Settings& settings, std::optional<int32_t> brightness, RenderMode mode = {}) {
-  EffectRun run("DSP_CO_ColorAdj");
-  for (const auto& [key, value] : settings) run.Set(key, value);
-  if (brightness) std::memcpy(run.Instance().Values(), &*brightness, sizeof *brightness);
-  return run.Render(source, mode);
-}
-
 TEST(ColorAdj, ToneMapKeepsHueByTheRuleInBothVariants) {
   const Settings settings = {{"P2", "-30"}, {"P7", "-0.7"}};
-  for (std::optional<int32_t> brightness : {std::optional<int32_t>(45), std::optional<int32_t>(500)}) {
+  for (int32_t brightness : {45, 500}) {
     Frame ramp = GreyRamp();
-    const Frame mapped = AdjustRaw(ramp, settings, brightness);
+    const Frame mapped = Adjust(ramp, settings, {}, &brightness);
     std::vector<int> map(256);
     for (int g = 0; g < 256; ++g) map[g] = mapped.Row(0)[4 * g];
-    if (*brightness > 100) {
-      ASSERT_FALSE(std::is_sorted(map.begin(), map.end())) << "the map must fall somewhere";
-    }
+    ASSERT_EQ(std::is_sorted(map.begin(), map.end()), brightness <= 100) << "a raw 500 makes the map fall somewhere";
     Frame source = Frame::Random(61, 9, 21);
     for (int x = 0; x < 61; x += 3) {  // equal bytes: three, then two in each position
       std::fill_n(source.Pixel(x, 0) + 1, 2, source.Pixel(x, 0)[0]);
@@ -167,32 +156,31 @@ TEST(ColorAdj, ToneMapKeepsHueByTheRuleInBothVariants) {
       source.Pixel(x, 3)[1] = source.Pixel(x, 3)[0];
     }
     for (int hint : {0, 3}) {
-      const Frame out = AdjustRaw(source, settings, brightness, {.renderHint = hint});
+      const Frame out = Adjust(source, settings, {.renderHint = hint}, &brightness);
       for (int y = 0; y < source.height; ++y) {
         for (int x = 0; x < source.width; ++x) {
           uint8_t expected[4];
           ApplyRule(source.Pixel(x, y), expected, map);
           ASSERT_TRUE(std::equal(expected, expected + 4, out.Row(y) + 4 * x))
-              << "brightness " << *brightness << " hint " << hint << " at " << x << "," << y;
+              << "brightness " << brightness << " hint " << hint << " at " << x << "," << y;
         }
       }
     }
   }
 }
 
-const Settings kEveryStage = {{"P1", "20"}, {"P2", "15"}, {"P3", "0.3"}, {"P4", "1.4"}, {"P5", "1.2"},
-                              {"P7", "0.4"}, {"P8", "60"}, {"P9", "40"}, {"P10", "50"}};
-
 TEST(ColorAdj, VectorPathAndWorkerCountsGiveTheSameBytes) {
-  for (const Settings& settings : {Settings{{"P1", "-60"}, {"P7", "2"}}, kEveryStage,
+  const Settings every = {{"P1", "20"},  {"P2", "15"}, {"P3", "0.3"}, {"P4", "1.4"}, {"P5", "1.2"},
+                          {"P7", "0.4"}, {"P8", "60"}, {"P9", "40"},  {"P10", "50"}};
+  for (const Settings& settings : {Settings{{"P1", "-60"}, {"P7", "2"}}, every,
                                    Settings{{"P4", "0.6"}, {"P5", "2"}, {"P6", "1"}, {"P10", "-80"}}}) {
     for (int width : {1, 7, 8, 9, 33, 300}) {
       Frame source = Frame::Random(width, 10, uint32_t(width));
       for (int layout : {0, 1}) {
         for (int field : {0, 1, 2}) {
           const Frame reference = Adjust(source, settings, {.fieldMode = field, .layout = layout});
-          for (RenderMode mode : {RenderMode{field, 3, 1, layout}, RenderMode{field, 0, 2, layout},
-                                  RenderMode{field, 3, 4, layout}}) {
+          for (RenderMode mode :
+               {RenderMode{field, 3, 1, layout}, RenderMode{field, 0, 2, layout}, RenderMode{field, 3, 4, layout}}) {
             ASSERT_EQ(Adjust(source, settings, mode).bytes, reference.bytes)
                 << "width " << width << " layout " << layout << " field " << field << " hint " << mode.renderHint
                 << " workers " << mode.workers;
@@ -205,13 +193,43 @@ TEST(ColorAdj, VectorPathAndWorkerCountsGiveTheSameBytes) {
   }
 }
 
-TEST(ColorAdj, DefaultsCopyEveryLayoutAndField) {
-  Frame source = Frame::Random(13, 7, 5);
+// The vector sharpening computes the coring factors instead of looking them up: luma rows whose
+// laplacians take every value from -1020 to 1020 must give the scalar kernel's bytes.
+TEST(ColorAdj, VectorSharpeningAgreesForEveryLaplacian) {
+  constexpr int kWidth = 1022;
+  std::vector<uint8_t> light(kWidth, 255), dark(kWidth, 0), spikes(kWidth), up(kWidth), down(kWidth);
+  for (int x = 0; x < kWidth; ++x) {
+    spikes[x] = x % 2 ? 0 : 255;  // laplacians from 510 to 1020 and from -510 to -1020
+    up[x] = uint8_t(std::min(x / 2, 255)), down[x] = uint8_t(x / 2 - up[x]);  // up + down = x / 2
+  }
+  int32_t coring[colour::kCoringEntries];
+  colour::BuildCoring(coring);
+  const Frame pixels = Frame::Random(kWidth, 1, 3);
+  for (float s : {2.0f, 0.37f}) {
+    for (bool rgb : {true, false}) {
+      const colour::SharpenKernel kernel{int64_t((s * 4 + 1) * 65536), int64_t(-s * 65536), coring, rgb};
+      for (const std::vector<uint8_t>* centre : {&light, &dark, &spikes}) {
+        std::vector<uint8_t> scalar(pixels.bytes.size()), vector(pixels.bytes.size());
+        colour::SharpenRow(up.data(), centre->data(), down.data(), pixels.Row(0), scalar.data(), kWidth, 0, kWidth,
+                           kernel);
+        colour::SharpenRowSse41(up.data(), centre->data(), down.data(), pixels.Row(0), vector.data(), kWidth, 0, kWidth,
+                                kernel);
+        EXPECT_EQ(scalar, vector) << "sharpness " << s << (rgb ? " RGB" : " luma/chroma");
+      }
+    }
+  }
+}
+
+TEST(ColorAdj, DefaultsCopyEveryLayoutAndFieldAndAnEmptyFieldWritesNothing) {
+  Frame source = Frame::Random(13, 7, 5), oneRow = Frame::Random(9, 1, 6);
   for (int layout : {0, 1}) {
     EXPECT_EQ(Adjust(source, {}, {.layout = layout}).bytes, source.bytes);
     EXPECT_EQ(Adjust(source, {{"P5", "0"}, {"P6", "2"}}, {.layout = layout}).bytes, source.bytes);
     const Frame even = Adjust(source, {}, {.fieldMode = 1, .layout = layout});
     for (int y = 0; y < 7; ++y) EXPECT_TRUE(y % 2 ? even.RowIsAll(y, kUntouched) : even.RowEquals(y, source)) << y;
+    for (const Settings& settings : {Settings{{"P5", "1"}}, Settings{{"P4", "0.5"}, {"P5", "1"}}}) {
+      EXPECT_TRUE(Adjust(oneRow, settings, {.fieldMode = 2, .layout = layout}).RowIsAll(0, kUntouched));
+    }
   }
 }
 
@@ -249,13 +267,12 @@ TEST(ColorAdj, StatusWordsBeforePrepareAfterReleaseAndOnFailure) {
   }
 }
 
+// Through this program's own copy of the plug-in, whose debug output the test can catch.
 TEST(ColorAdj, BrightnessTraceGoesToTheDebugOutput) {
-  const VekEffectDescriptor* row = nullptr;
-  for (const VekEffectDescriptor& candidate : vek::EffectTable()) {
-    if (std::string(candidate.classId) == "DSP_CO_ColorAdj") row = &candidate;
-  }
-  ASSERT_NE(row, nullptr);
-  std::vector<uint8_t> privateBlock(row->privateBytes), values(64), source(16, 90), out(16);
+  const VekEffectDescriptor& row =
+      *std::find_if(vek::EffectTable().begin(), vek::EffectTable().end(),
+                    [](const VekEffectDescriptor& r) { return std::string(r.classId) == "DSP_CO_ColorAdj"; });
+  std::vector<uint8_t> privateBlock(row.privateBytes), values(64), source(16, 90), out(16);
   VekEffectInstance instance{};
   instance.privateBlock = privateBlock.data();
   instance.paramValues = values.data();
@@ -264,25 +281,27 @@ TEST(ColorAdj, BrightnessTraceGoesToTheDebugOutput) {
   VekInputSample sample{};
   sample.privateBlock = privateBlock.data();
   sample.frame = source.data();
-  ASSERT_EQ(row->callbacks.init(&instance), VEK_S_OK);
-  ASSERT_EQ(row->callbacks.prepare(&instance), VEK_S_OK);
-  ASSERT_EQ(row->callbacks.setInput(0, &sample), VEK_S_OK);
+  row.callbacks.init(&instance);
+  row.callbacks.prepare(&instance);
+  row.callbacks.setInput(0, &sample);
   std::string trace;
   vek::platform::SetDebugSink([](const char* text, void* sink) { *static_cast<std::string*>(sink) += text; }, &trace);
-  EXPECT_EQ(row->callbacks.process(&instance), VEK_S_OK);
+  EXPECT_EQ(row.callbacks.process(&instance), VEK_S_OK);
   EXPECT_EQ(trace, "") << "no tone stage, no trace";
   const int32_t brightness = -25;
   std::memcpy(values.data(), &brightness, sizeof brightness);
-  EXPECT_EQ(row->callbacks.process(&instance), VEK_S_OK);
+  EXPECT_EQ(row.callbacks.process(&instance), VEK_S_OK);
   vek::platform::SetDebugSink(nullptr, nullptr);
   EXPECT_EQ(trace, "Brightness Parameter is -25.000000");
-  EXPECT_EQ(row->callbacks.destroy(&instance), VEK_S_OK);
+  row.callbacks.destroy(&instance);
 }
 
 // Chroma and the three bytes of pixel x.
 struct Rgb {
   int b, g, r;
   int Chroma() const { return std::max({b, g, r}) - std::min({b, g, r}); }
+  // The middle byte's place between the minimum and the maximum.
+  double Place() const { return double(b + g + r - 2 * std::min({b, g, r}) - std::max({b, g, r})) / Chroma(); }
 };
 Rgb At(const Frame& frame, int x, int y = 0) {
   const uint8_t* p = frame.Row(y) + 4 * x;
@@ -298,26 +317,18 @@ Frame Pixels(std::initializer_list<Rgb> pixels) {
   return frame;
 }
 
-TEST(ColorAdjStages, SaturationGreysAtZeroAndBoostsCleanlyAtTwo) {
+TEST(ColorAdjStages, SaturationGreysAtZeroAndBoostsWithoutShiftingHue) {
   Frame source = Frame::Random(40, 6, 8);
-  const Frame grey = Adjust(source, {{"P4", "0"}});
-  for (int y = 0; y < 6; ++y) {
-    for (int x = 0; x < 40; ++x) ASSERT_EQ(At(grey, x, y).Chroma(), 0) << x << "," << y;
-  }
-  const Frame boosted = Adjust(source, {{"P4", "2"}});
+  const Frame grey = Adjust(source, {{"P4", "0"}}), boosted = Adjust(source, {{"P4", "2"}});
   for (int y = 0; y < 6; ++y) {
     for (int x = 0; x < 40; ++x) {
       const Rgb in = At(source, x, y), out = At(boosted, x, y);
+      ASSERT_EQ(At(grey, x, y).Chroma(), 0) << x << "," << y;
       ASSERT_GE(out.Chroma(), in.Chroma());
-      // The hue stays: bytes keep their order, and the middle keeps its place between the others.
       ASSERT_EQ(in.b <= in.g, out.b <= out.g || in.b == in.g) << x << "," << y;
       ASSERT_EQ(in.g <= in.r, out.g <= out.r || in.g == in.r) << x << "," << y;
       if (in.Chroma() > 20) {
-        const auto place = [](Rgb p) {
-          const int mn = std::min({p.b, p.g, p.r}), md = p.b + p.g + p.r - mn - std::max({p.b, p.g, p.r});
-          return double(md - mn) / p.Chroma();
-        };
-        ASSERT_NEAR(place(out), place(in), 0.08) << x << "," << y;
+        ASSERT_NEAR(out.Place(), in.Place(), 0.08) << x << "," << y;
       }
     }
   }
@@ -346,21 +357,13 @@ int LightLevel(int v, double recovery, double fill) {
   return std::clamp(int(x * 255 + 0.5), 0, 255);
 }
 
-TEST(ColorAdjStages, FillLightLiftsShadowsOnlyAndRecoveryStretchesTheTop) {
+TEST(ColorAdjStages, FillLightAndRecoveryFollowTheirCurvesOnTheBrightestByte) {
   Frame ramp = GreyRamp();
-  const Frame filled = Adjust(ramp, {{"P9", "100"}});
-  for (int v = 0; v < 256; ++v) ASSERT_EQ(filled.Row(0)[4 * v], LightLevel(v, 0, 1)) << v;
-  EXPECT_EQ(filled.Row(0)[0], 0) << "black stays black";
-  EXPECT_GT(filled.Row(0)[4 * 90], 90 + 30);
-  EXPECT_EQ(filled.Row(0)[4 * 180], 180) << "highlights unchanged";
-
-  const Frame recovered = Adjust(ramp, {{"P8", "100"}});
-  for (int v = 0; v < 256; ++v) ASSERT_EQ(recovered.Row(0)[4 * v], LightLevel(v, 1, 0)) << v;
-  EXPECT_EQ(recovered.Row(0)[4 * 255], 255);
-  EXPECT_LT(recovered.Row(0)[4 * 212], 212 - 20) << "highlights pulled back";
-  EXPECT_GT(recovered.Row(0)[4 * 255] - recovered.Row(0)[4 * 220], 255 - 220) << "not flattened";
-  for (int v = 1; v < 256; ++v) ASSERT_GE(recovered.Row(0)[4 * v], recovered.Row(0)[4 * (v - 1)]) << v;
-
+  const Frame filled = Adjust(ramp, {{"P9", "100"}}), recovered = Adjust(ramp, {{"P8", "100"}});
+  for (int v = 0; v < 256; ++v) {
+    ASSERT_EQ(filled.Row(0)[4 * v], LightLevel(v, 0, 1)) << v;
+    ASSERT_EQ(recovered.Row(0)[4 * v], LightLevel(v, 1, 0)) << v;
+  }
   // Colours keep their ratios: the gain of the brightest byte applies to all three.
   Frame dark = Pixels({{10, 20, 80}});
   const Rgb lifted = At(Adjust(dark, {{"P9", "100"}}), 0);

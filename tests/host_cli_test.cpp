@@ -79,6 +79,9 @@ TEST(VekhostInfo, ShowsEveryParameterWithItsOptions) {
   EXPECT_TRUE(InOrder(run.out, {"P1", "IDS_Tr_Param_Percentage_Name", "float", "0..1"})) << run.out;
   EXPECT_TRUE(InOrder(run.out, {"P2", "IDS_Tr_Param_Direction_Name", "enum", "0..3"})) << run.out;
   EXPECT_TRUE(InOrder(run.out, {"P2 options", "Up", "Down", "Left", "Right"})) << run.out;
+  // A row without option words still says what its values mean.
+  const Outcome colour = Vekhost(kPlugin + "info DSP_CO_ColorAdj");
+  EXPECT_TRUE(InOrder(colour.out, {"P6 values", "0 off", "1 split left/right", "2 split top/bottom"})) << colour.out;
 
   const Outcome json = Vekhost(kPlugin + "info dsp_tr_wipe --json");
   ASSERT_EQ(json.status, 0) << json.err;

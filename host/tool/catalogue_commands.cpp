@@ -33,29 +33,41 @@ json ValueJson(const host::Value& value) {
   return numbers;
 }
 
-json ParamJson(const host::Param& param) {
-  return {{"key", param.key},
-          {"nameId", param.nameId},
-          {"shortName", param.shortName},
-          {"descriptionId", param.descriptionId ? json(*param.descriptionId) : json(nullptr)},
-          {"options", param.options},
-          {"type", host::TypeName(param.typeCode)},
-          {"typeCode", param.typeCode},
-          {"editorKind", param.editorKind},
-          {"min", ValueJson(param.minimum)},
-          {"max", ValueJson(param.maximum)},
-          {"default", ValueJson(param.defaultValue)},
-          {"size", param.valueSize},
-          {"offset", param.offset},
-          {"animatable", param.animatable},
-          {"group", param.group},
-          {"scope", param.scope},
-          {"interpolated", param.interpolate != nullptr}};
+// The rows whose name id stays without options (the plug-in's tables are fixed), keyed by effect
+// and parameter.
+struct ValueNoteRow {
+  std::string_view classId, key, note;
+};
+constexpr ValueNoteRow kValueNotes[] = {
+    {"DSP_CO_ColorAdj", "P6",
+     "0 off, 1 split left/right (original left, result right), 2 split top/bottom (original top, result bottom)"},
+};
+
+json ParamJson(const host::Effect& effect, const host::Param& param) {
+  json row = {{"key", param.key},
+              {"nameId", param.nameId},
+              {"shortName", param.shortName},
+              {"descriptionId", param.descriptionId ? json(*param.descriptionId) : json(nullptr)},
+              {"options", param.options},
+              {"type", host::TypeName(param.typeCode)},
+              {"typeCode", param.typeCode},
+              {"editorKind", param.editorKind},
+              {"min", ValueJson(param.minimum)},
+              {"max", ValueJson(param.maximum)},
+              {"default", ValueJson(param.defaultValue)},
+              {"size", param.valueSize},
+              {"offset", param.offset},
+              {"animatable", param.animatable},
+              {"group", param.group},
+              {"scope", param.scope},
+              {"interpolated", param.interpolate != nullptr}};
+  if (const std::string_view note = ValueNote(effect.classId, param.key); !note.empty()) row["values"] = note;
+  return row;
 }
 
 json EffectJson(const host::Effect& effect) {
   json params = json::array();
-  for (const host::Param& param : effect.params) params.push_back(ParamJson(param));
+  for (const host::Param& param : effect.params) params.push_back(ParamJson(effect, param));
   const VekEffectDescriptor& row = *effect.descriptor;
   return {{"classId", effect.classId},
           {"nameId", effect.nameId},
@@ -147,9 +159,21 @@ void PrintInfo(const host::Effect& effect, std::ostream& out) {
     }
     out << "  " << param.key << " options: " << options << '\n';
   }
+  for (const host::Param& param : effect.params) {
+    if (const std::string_view note = ValueNote(effect.classId, param.key); !note.empty()) {
+      out << "  " << param.key << " values: " << note << '\n';
+    }
+  }
 }
 
 }  // namespace
+
+std::string_view ValueNote(std::string_view classId, std::string_view key) {
+  for (const ValueNoteRow& row : kValueNotes) {
+    if (row.classId == classId && row.key == key) return row.note;
+  }
+  return {};
+}
 
 std::vector<CategoryGroup> GroupCatalogue(const std::vector<host::Effect>& effects) {
   std::map<uint32_t, std::map<std::pair<uint32_t, std::string>, std::vector<const host::Effect*>>> sorted;

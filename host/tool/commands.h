@@ -14,6 +14,9 @@
 namespace vek::tool {
 
 void ListCommand(const host::Plugin& plugin, bool asJson, std::ostream& out);
+// What the values of a parameter row mean where its name id carries no option words to say it
+// (info and docs show it); empty for the other rows.
+std::string_view ValueNote(std::string_view classId, std::string_view key);
 void InfoCommand(const host::Plugin& plugin, std::string_view classId, bool asJson, std::ostream& out);
 void DocsCommand(const host::Plugin& plugin, const std::filesystem::path& output);
 

@@ -62,6 +62,11 @@ void WriteEffect(const host::Effect& effect, std::ostream& out) {
         << Code(host::FormatRange(param)) << " | " << DefaultCell(param) << " | " << options << " |\n";
   }
   out << '\n';
+  for (const host::Param& param : effect.params) {
+    if (const std::string_view note = ValueNote(effect.classId, param.key); !note.empty()) {
+      out << "Values of " << param.key << ": " << note << ".\n\n";
+    }
+  }
 }
 
 std::string Markdown(const host::Plugin& plugin) {

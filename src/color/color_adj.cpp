@@ -66,8 +66,9 @@ struct ColorAdjState {
   int32_t* identityBlocks[kWorkerSlots][3];  // 32,640 entries each, entry i = i
   float* powerTable;       // 17 rows of 4,097: (i / 4096)^g, g from 1.7 down to 1.0
   HueSector* hueSectors;   // 36,000 positions
+  HueBasis* hueBases;      // the same positions as the chroma kernel reads them
   uint8_t* wideBuffer;     // width x height x 8
-  int32_t* stageBlocks[3]; // 256 KiB each: hue and saturation scales; inverses (float); vibrance weights
+  int32_t* stageBlocks[3]; // 256 KiB each, see StageBlocks
 };
 static_assert(sizeof(ColorAdjState) <= CO_ColorAdj::kPrivateBytes);
 // malloc gives 16-byte alignment on the 64-bit targets, which the aligned frame relies on.
@@ -93,6 +94,7 @@ void FreeAll(ColorAdjState& state) {
   }
   Free(state.powerTable);
   Free(state.hueSectors);
+  Free(state.hueBases);
   Free(state.wideBuffer);
   for (int32_t*& block : state.stageBlocks) Free(block);
 }
@@ -100,7 +102,7 @@ void FreeAll(ColorAdjState& state) {
 bool Complete(const ColorAdjState& state) {
   bool complete = state.workFrames[0] && state.workFrames[1] && state.planes[0] && state.planes[1] &&
                   state.gammaTable && state.logTable && state.alignedFrame && state.alignedRow && state.lightGain &&
-                  state.powerTable && state.hueSectors && state.wideBuffer;
+                  state.powerTable && state.hueSectors && state.hueBases && state.wideBuffer;
   for (const auto& slot : state.identityBlocks) {
     for (const int32_t* block : slot) complete = complete && block;
   }
@@ -110,13 +112,38 @@ bool Complete(const ColorAdjState& state) {
 
 // count elements of T; zeroed on request. A zero count still allocates, so that null only ever
 // means failure.
-template <class T> bool Allocate(T*& slot, std::size_t count, bool zeroed = false) {
+template <class T>
+bool Allocate(T*& slot, std::size_t count, bool zeroed = false) {
   const std::size_t bytes = count ? count * sizeof(T) : 1;
   slot = static_cast<T*>(zeroed ? std::calloc(bytes, 1) : std::malloc(bytes));
   return slot != nullptr;
 }
 
-std::size_t AlignedStride(uint32_t width) { return ((std::size_t(width) + 15) & ~std::size_t(15)) * 4; }
+std::size_t AlignedStride(uint32_t width) {
+  return ((std::size_t(width) + 15) & ~std::size_t(15)) * 4;
+}
+
+// The chroma stages' tables in the three 256 KiB blocks: the division scales and the 256 x 256
+// tables of their results; the inverses and the saturation columns; the vibrance weights and this
+// frame's vibrance factors.
+struct StageBlocks {
+  DivisionTables division;
+  int32_t* vibranceWeights;
+  float* vibranceFactors;
+};
+constexpr int kDivisionEntries = kDivisionTableSide * kDivisionTableSide;
+constexpr int kVibranceCells = 64 * 64;
+
+StageBlocks StageBlocksOf(const ColorAdjState& state) {
+  int32_t* const* blocks = state.stageBlocks;
+  return {{blocks[0], blocks[0] + kLevels, reinterpret_cast<float*>(blocks[1]),
+           reinterpret_cast<int16_t*>(blocks[0] + 2 * kLevels), reinterpret_cast<uint8_t*>(blocks[1] + kLevels)},
+          blocks[2],
+          reinterpret_cast<float*>(blocks[2] + kVibranceCells)};
+}
+static_assert((2 * kLevels + kDivisionEntries / 2) * sizeof(int32_t) <= kStageBlockBytes);
+static_assert(kLevels * sizeof(int32_t) + kDivisionEntries <= kStageBlockBytes);
+static_assert(2 * kVibranceCells * sizeof(int32_t) <= kStageBlockBytes);
 
 // Allocates and fills, in the order the state lists; false at the first allocation that fails.
 bool AllocateAndFill(ColorAdjState& state, uint32_t width, uint32_t height) {
@@ -145,8 +172,9 @@ bool AllocateAndFill(ColorAdjState& state, uint32_t width, uint32_t height) {
       state.powerTable[k * kPowerEntries + i] = float(std::pow(i * 0.00024414063, exponent));
     }
   }
-  if (!Allocate(state.hueSectors, kHuePositions)) return false;
+  if (!Allocate(state.hueSectors, kHuePositions) || !Allocate(state.hueBases, kHuePositions)) return false;
   BuildHueSectors(state.hueSectors);
+  BuildHueBases(state.hueSectors, kHuePositions, state.hueBases);
   for (int i = 0; i < kLevels; ++i) {
     state.gammaTable[i] = TruncateToInt32(std::pow(i / 255.0, 0.55) * 255 + 0.5);
     state.logTable[i] = float(std::log(i + 1.0));
@@ -155,15 +183,17 @@ bool AllocateAndFill(ColorAdjState& state, uint32_t width, uint32_t height) {
   for (int32_t*& block : state.stageBlocks) {
     if (!Allocate(block, kStageBlockBytes / sizeof(int32_t))) return false;
   }
-  BuildDivisionTables(state.topLevel, state.stageBlocks[0], state.stageBlocks[0] + kLevels,
-                      reinterpret_cast<float*>(state.stageBlocks[1]));
-  BuildVibranceWeights(state.topLevel, state.stageBlocks[2]);
+  const StageBlocks blocks = StageBlocksOf(state);
+  BuildDivisionTables(state.topLevel, blocks.division);
+  BuildVibranceWeights(state.topLevel, blocks.vibranceWeights);
   BuildCoring(state.coring);
   return Allocate(state.wideBuffer, pixels * 8);
 }
 
 // The row offsets of the parameters, from the table itself.
-uint32_t Offset(uint32_t row) { return ParamOffset(CO_ColorAdj::kParams.data(), row); }
+uint32_t Offset(uint32_t row) {
+  return ParamOffset(CO_ColorAdj::kParams.data(), row);
+}
 
 void CopyParameters(ColorAdjState& state, const uint8_t* values) {
   state.brightness = LoadValue<int32_t>(values, Offset(0));
@@ -236,42 +266,56 @@ Plan MakePlan(const ColorAdjState& state) {
   return plan;
 }
 
+// The kernels of one frame: the vector forms when the render hint allows them.
+struct Kernels {
+  decltype(&LightRow) light;
+  decltype(&ToneRow) tone;
+  decltype(&ChromaRow) chroma;
+  decltype(&LumaRow) luma;
+  decltype(&SharpenRow) sharpen;
+  decltype(&YuvToRgbRow) yuvToRgb;
+  decltype(&AddRgbChangeToYuvRow) addRgbChangeToYuv;
+};
+constexpr Kernels kScalarKernels{LightRow, ToneRow, ChromaRow, LumaRow, SharpenRow, YuvToRgbRow, AddRgbChangeToYuvRow};
+constexpr Kernels kVectorKernels{LightRowSse41,   ToneRowSsse3,     ChromaRowSse41,           LumaRowSse41,
+                                 SharpenRowSse41, YuvToRgbRowSse41, AddRgbChangeToYuvRowSse41};
+
 // The stages that work on RGB, in their order, from `in` to `out` (pixels of one row).
-void ColourStages(const ColorAdjState& state, const Plan& plan, bool vector, const uint8_t* in, uint8_t* out,
-                  int pixels) {
-  const std::size_t bytes = std::size_t(pixels) * 4;
-  if (plan.light) {
-    LightRow(in, out, pixels, state.lightGain);
-    in = out;
+struct ColourStages {
+  const ColorAdjState& state;
+  const Plan& plan;
+  const Kernels& kernels;
+  ChromaTables tables;
+  ChromaSettings settings;
+
+  void Run(const uint8_t* in, uint8_t* out, int pixels) const {
+    if (plan.light) {
+      kernels.light(in, out, pixels, state.lightGain);
+      in = out;
+    }
+    if (plan.tone) {
+      kernels.tone(in, out, pixels, state.toneBytes, state.rangeLevel);
+      in = out;
+    }
+    if (in != out) std::memcpy(out, in, std::size_t(pixels) * 4);
+    if (plan.vibrance || plan.hue || plan.saturation) kernels.chroma(out, pixels, tables, settings);
   }
-  if (plan.tone) {
-    (vector ? ToneRowSsse3 : ToneRow)(in, out, pixels, state.toneBytes, state.rangeLevel);
-    in = out;
-  }
-  if (in != out) std::memcpy(out, in, bytes);
-  if (plan.vibrance || plan.hue || plan.saturation) {
-    const ChromaTables tables{state.stageBlocks[0], state.stageBlocks[0] + kLevels,
-                              reinterpret_cast<const float*>(state.stageBlocks[1]), state.stageBlocks[2],
-                              state.hueSectors};
-    (vector ? ChromaRowSse41 : ChromaRow)(out, pixels, tables,
-              {plan.vibrance, plan.hue, plan.saturation, plan.vibranceAmount, plan.hueTurn, plan.saturationFactor});
-  }
-}
+};
 
 }  // namespace
 
 // P6 picks the compare view: 0 off, 1 original and result side by side, 2 one above the other.
-constinit decltype(CO_ColorAdj::kParams) CO_ColorAdj::kParams = Rows(
-    IntRow<-100, 100, 0>("P1", "IDS_Co_Param_Brightness_Name", "IDS_Co_Param_Brightness_Desc", Place(0)),
-    IntRow<-100, 100, 0>("P2", "IDS_Co_Param_Contrast_Name", "IDS_Co_Param_Contrast_Desc", Place(1)),
-    FloatRow<-1.0f, 1.0f, 0.0f>("P3", "IDS_Co_Param_Hue_Name", "IDS_Co_Param_Hue_Desc", Place(2)),
-    FloatRow<0.0f, 2.0f, 1.0f>("P4", "IDS_Co_Param_Saturation_Name", "IDS_Co_Param_Saturation_Desc", Place(3)),
-    FloatRow<0.0f, 2.0f, 0.0f>("P5", "IDS_Co_Param_Sharpness_Name", "IDS_Co_Param_Sharpness_Desc", Place(4)),
-    IntRow<0, 2, 0>("P6", "IDS_Co_Param_CompareImage_Name", nullptr, Place(5, Animation::kFixed)),
-    FloatRow<-4.0f, 4.0f, 0.0f>("P7", "IDS_Co_Param_Exposure_Name", "IDS_Co_Param_Exposure_Desc", Place(6)),
-    IntRow<0, 100, 0>("P8", "IDS_Co_Param_Recovery_Name", "IDS_Co_Param_Recovery_Desc", Place(7)),
-    IntRow<0, 100, 0>("P9", "IDS_Co_Param_FillLight_Name", "IDS_Co_Param_FillLight_Desc", Place(8)),
-    IntRow<-100, 100, 0>("P10", "IDS_Co_Param_Vibrance_Name", "IDS_Co_Param_Vibrance_Desc", Place(9)));
+constinit decltype(CO_ColorAdj::kParams) CO_ColorAdj::kParams =
+    Rows(IntRow<-100, 100, 0>("P1", "IDS_Co_Param_Brightness_Name", "IDS_Co_Param_Brightness_Desc", Place(0)),
+         IntRow<-100, 100, 0>("P2", "IDS_Co_Param_Contrast_Name", "IDS_Co_Param_Contrast_Desc", Place(1)),
+         FloatRow<-1.0f, 1.0f, 0.0f>("P3", "IDS_Co_Param_Hue_Name", "IDS_Co_Param_Hue_Desc", Place(2)),
+         FloatRow<0.0f, 2.0f, 1.0f>("P4", "IDS_Co_Param_Saturation_Name", "IDS_Co_Param_Saturation_Desc", Place(3)),
+         FloatRow<0.0f, 2.0f, 0.0f>("P5", "IDS_Co_Param_Sharpness_Name", "IDS_Co_Param_Sharpness_Desc", Place(4)),
+         IntRow<0, 2, 0>("P6", "IDS_Co_Param_CompareImage_Name", nullptr, Place(5, Animation::kFixed)),
+         FloatRow<-4.0f, 4.0f, 0.0f>("P7", "IDS_Co_Param_Exposure_Name", "IDS_Co_Param_Exposure_Desc", Place(6)),
+         IntRow<0, 100, 0>("P8", "IDS_Co_Param_Recovery_Name", "IDS_Co_Param_Recovery_Desc", Place(7)),
+         IntRow<0, 100, 0>("P9", "IDS_Co_Param_FillLight_Name", "IDS_Co_Param_FillLight_Desc", Place(8)),
+         IntRow<-100, 100, 0>("P10", "IDS_Co_Param_Vibrance_Name", "IDS_Co_Param_Vibrance_Desc", Place(9)));
 
 // A host's private block may hold anything: from Init on, every pointer in it is null or ours.
 VekStatus CO_ColorAdj::Init(VekEffectInstance* instance) noexcept {
@@ -308,10 +352,10 @@ VekStatus CO_ColorAdj::ReleaseResources(VekEffectInstance* instance) noexcept {
   return VEK_S_OK;
 }
 
-// Pass 1 runs the colour stages row by row (in luma/chroma frames on RGB copies, carrying only the
-// change back). With sharpening it writes the working frame and the luma plane, and pass 2, once
-// every row of pass 1 is done, sharpens into the output; otherwise pass 1 writes the output. The
-// compare view copies the original's half in whichever pass writes the output.
+// The colour stages run row by row (in luma/chroma frames on RGB copies, carrying only the change
+// back). With sharpening they write the working frame and the luma plane, and the sharpening
+// reads them for the rows above and below and writes the output; otherwise they write the output.
+// The compare view copies the original's half in whichever step writes the output.
 VekStatus CO_ColorAdj::Process(VekEffectInstance* instance) noexcept {
   VideoFrame frame;
   if (!BeginVideoEffect(instance, frame)) return VEK_E_FAIL;
@@ -324,6 +368,8 @@ VekStatus CO_ColorAdj::Process(VekEffectInstance* instance) noexcept {
   const Plan plan = MakePlan(state);
   if (plan.tone) BuildToneMap(state);
   if (plan.light) BuildLightGains(state.recovery, state.fillLight, state.lightGain);
+  const StageBlocks blocks = StageBlocksOf(state);
+  if (plan.vibrance) BuildVibranceFactors(blocks.vibranceWeights, plan.vibranceAmount, blocks.vibranceFactors);
   if (!plan.AnyColourStage() && !plan.sharpen) {
     frame.CopyRows();
     return VEK_S_OK;
@@ -331,14 +377,29 @@ VekStatus CO_ColorAdj::Process(VekEffectInstance* instance) noexcept {
 
   const int width = frame.width, height = frame.height;
   const std::size_t rowBytes = frame.rowBytes, alignedStride = AlignedStride(uint32_t(width));
-  const bool vector = frame.renderHint >= 3;
+  const Kernels& kernels = frame.renderHint >= 3 ? kVectorKernels : kScalarKernels;
+  const ColourStages stages{
+      state,
+      plan,
+      kernels,
+      {blocks.division.sectorFraction, blocks.division.saturationColumn, blocks.division.inverse,
+       blocks.vibranceFactors, state.hueBases},
+      {plan.vibrance, plan.hue, plan.saturation, plan.vibranceAmount, plan.hueTurn, plan.saturationFactor}};
   const int halfWidth = width / 2, halfHeight = height / 2;
   auto originalRow = [&](int y) { return plan.compare == kCompareTopBottom && y < halfHeight; };
   const int originalColumns = plan.compare == kCompareLeftRight ? halfWidth : 0;
+  auto workRow = [&](int y) { return state.workFrames[0] + std::size_t(y) * rowBytes; };
+  auto lumaRow = [&](int y) { return state.planes[0] + std::size_t(y) * width; };
+  auto lumaOf = [&](const uint8_t* row, int y) {
+    (frame.lumaChroma ? LumaOfYuvRow : kernels.luma)(row, lumaRow(y), width);
+  };
+  // What the sharpening adds its change to: the colour stages' result, or the source itself.
+  auto colouredRow = [&](int y) { return plan.AnyColourStage() ? workRow(y) : frame.SourceRow(y); };
 
   auto colourRow = [&](int y) {
     const uint8_t* source = frame.SourceRow(y);
-    uint8_t* out = plan.sharpen ? state.workFrames[0] + std::size_t(y) * rowBytes : frame.OutputRow(y);
+    if (!plan.AnyColourStage()) return lumaOf(source, y);  // sharpening alone
+    uint8_t* out = plan.sharpen ? workRow(y) : frame.OutputRow(y);
     int x0 = 0;
     if (!plan.sharpen) {
       if (originalRow(y)) {
@@ -350,18 +411,16 @@ VekStatus CO_ColorAdj::Process(VekEffectInstance* instance) noexcept {
     }
     const int pixels = width - x0;
     const std::size_t at = std::size_t(x0) * 4;
-    if (!plan.AnyColourStage()) {
-      std::memcpy(out + at, source + at, std::size_t(pixels) * 4);
-    } else if (frame.lumaChroma) {
+    if (frame.lumaChroma) {
       uint8_t* before = state.alignedFrame + std::size_t(y) * alignedStride + at;
       uint8_t* after = state.workFrames[1] + std::size_t(y) * rowBytes + at;
-      YuvToRgbRow(source + at, before, pixels);
-      ColourStages(state, plan, vector, before, after, pixels);
-      AddRgbChangeToYuvRow(source + at, before, after, out + at, pixels);
+      kernels.yuvToRgb(source + at, before, pixels);
+      stages.Run(before, after, pixels);
+      kernels.addRgbChangeToYuv(source + at, before, after, out + at, pixels);
     } else {
-      ColourStages(state, plan, vector, source + at, out + at, pixels);
+      stages.Run(source + at, out + at, pixels);
     }
-    if (plan.sharpen) (frame.lumaChroma ? LumaOfYuvRow : LumaRow)(out, state.planes[0] + std::size_t(y) * width, width);
+    if (plan.sharpen) lumaOf(out, y);
   };
 
   const RowSet rows = frame.Rows();
@@ -376,24 +435,39 @@ VekStatus CO_ColorAdj::Process(VekEffectInstance* instance) noexcept {
     }
     std::memcpy(out, source, std::size_t(originalColumns) * 4);
     // A field's neighbours above and below are the rows of the same field.
-    const uint8_t* plane = state.planes[0];
-    const int above = y - rows.step >= rows.first ? y - rows.step : y, below = y + rows.step <= lastRow ? y + rows.step : y;
-    (vector ? SharpenRowSse41 : SharpenRow)(plane + std::size_t(above) * width, plane + std::size_t(y) * width, plane + std::size_t(below) * width,
-               state.workFrames[0] + std::size_t(y) * rowBytes, out, width, originalColumns, width, kernel);
+    const int above = y - rows.step >= rows.first ? y - rows.step : y,
+              below = y + rows.step <= lastRow ? y + rows.step : y;
+    kernels.sharpen(lumaRow(above), lumaRow(y), lumaRow(below), colouredRow(y), out, width, originalColumns, width,
+                    kernel);
   };
 
-  if (frame.WholeFrame()) {
-    ParallelRows(frame.workers, height, [&](int y0, int y1) {
-      for (int y = y0; y < y1; ++y) colourRow(y);
-    });
-    if (plan.sharpen) {
-      ParallelRows(frame.workers, height, [&](int y0, int y1) {
-        for (int y = y0; y < y1; ++y) sharpenRow(y);
-      });
+  // Bands of the visited rows, by their index k: the whole frame's over the workers, a field's on
+  // the caller's thread.
+  auto rowAt = [&](int k) { return rows.first + k * rows.step; };
+  auto forBands = [&](auto&& band) {
+    if (frame.WholeFrame()) {
+      ParallelRows(frame.workers, rows.count, band);
+    } else if (rows.count > 0) {
+      band(0, rows.count);
     }
+  };
+  if (!plan.sharpen) {
+    forBands([&](int k0, int k1) {
+      for (int k = k0; k < k1; ++k) colourRow(rowAt(k));
+    });
     return VEK_S_OK;
   }
-  ForEachRow(rows, colourRow);
-  if (plan.sharpen) ForEachRow(rows, sharpenRow);
+  // Each band's first and last rows first, as the neighbours of the bands beside it; then each band
+  // runs its colour stages one row ahead of its sharpening, while the rows are still in cache.
+  forBands([&](int k0, int k1) {
+    colourRow(rowAt(k0));
+    if (k1 - 1 > k0) colourRow(rowAt(k1 - 1));
+  });
+  forBands([&](int k0, int k1) {
+    for (int k = k0; k < k1; ++k) {
+      if (k + 1 < k1 - 1) colourRow(rowAt(k + 1));
+      sharpenRow(rowAt(k));
+    }
+  });
   return VEK_S_OK;
 }

@@ -11,14 +11,13 @@ namespace {
 // 12000 ...) from its maximum, minimum and middle byte; d = max - min > 0. Which sector the pixel
 // is in follows from three comparisons, without branches: each sector starts or ends at a corner
 // and the middle byte's distance from the minimum runs forwards or backwards from it.
-int32_t HuePosition(int32_t b, int32_t g, int32_t r, int32_t mx, int32_t mn, const int32_t* fractionScale) {
+int32_t HuePosition(int32_t b, int32_t g, int32_t r, int32_t mx, int32_t mn, const int16_t* sectorFraction) {
   //                             code: r > g (4), g > b (2), r > b (1); 1 and 6 cannot happen
   static constexpr int32_t kStart[8] = {24000, 0, 12000, 12000, 24000, 36000, 0, 0};
   static constexpr int32_t kDirection[8] = {-1, 0, 1, -1, 1, -1, 0, 1};
   const int code = (r > g) * 4 + (g > b) * 2 + (r > b);
   const int32_t md = b + g + r - mx - mn;
-  const int32_t fraction = int32_t((int64_t(md - mn) * fractionScale[mx - mn] + 32768) >> 16);
-  const int32_t position = kStart[code] + kDirection[code] * fraction;
+  const int32_t position = kStart[code] + kDirection[code] * sectorFraction[(mx - mn) * kDivisionTableSide + md - mn];
   return position >= 36000 ? position - 36000 : position;
 }
 
@@ -79,40 +78,72 @@ void LightRow(const uint8_t* source, uint8_t* out, int pixels, const int32_t* ga
   }
 }
 
-void ChromaRow(uint8_t* row, int pixels, const ChromaTables& tables, const ChromaSettings& settings) {
-  const ChromaTables t = tables;
+namespace {
+
+// Each stage is compiled in or out, so the loop carries no test of the settings.
+template <bool kVibrance, bool kHue, bool kSaturation>
+void ChromaPixels(uint8_t* row, int pixels, const ChromaTables& t, const ChromaSettings& settings) {
   for (int x = 0; x < pixels; ++x, row += 4) {
     const int32_t b = row[0], g = row[1], r = row[2];
     const int32_t mx = std::max({b, g, r}), mn = std::min({b, g, r}), d = mx - mn;
     if (d == 0) continue;  // grey stays grey in every stage
     float hi = float(mx), lo = float(mn);
-    int32_t position = settings.vibrance || settings.hue ? HuePosition(b, g, r, mx, mn, t.fractionScale) : 0;
-    if (settings.vibrance) {
-      const int32_t saturation = (d * t.saturationScale[mx] + 32768) >> 16;
+    int32_t position = 0;
+    if constexpr (kVibrance || kHue) position = HuePosition(b, g, r, mx, mn, t.sectorFraction);
+    if constexpr (kVibrance) {
       const int32_t hueQuarter = position * 64 / 36000;
-      const float weight = float(t.vibranceWeight[hueQuarter * 64 + (saturation >> 2)]) * (1.0f / 65536);
-      Scale(hi, lo, Luma(float(b), float(g), float(r)), std::max(0.0f, 1 + settings.amount * weight));
+      const float factor = t.vibranceFactor[hueQuarter * 64 + t.saturationColumn[mx * kDivisionTableSide + d]];
+      Scale(hi, lo, Luma(float(b), float(g), float(r)), factor);
     }
     // Each byte's place between the minimum and the maximum: from the hue-sector table after a
     // turn, else the pixel's own.
-    float basis[3];
-    if (settings.hue) {
+    float own[3];
+    const float* place = own;
+    float luma = 0;
+    if constexpr (kHue) {
       position += settings.turn;
       if (position >= 36000) position -= 36000;
-      const HueSector& sector = t.sectors[position];
-      for (int k = 0; k < 3; ++k) {
-        const int32_t w = ((sector.colour1 >> k) & 1) * sector.weight1 + ((sector.colour2 >> k) & 1) * sector.weight2;
-        basis[k] = float(w) * (1.0f / 65536);
-      }
+      place = t.bases[position].place;
+      luma = t.bases[position].luma;
     } else {
       const float inverse = t.inverse[d];
-      basis[0] = float(b - mn) * inverse, basis[1] = float(g - mn) * inverse, basis[2] = float(r - mn) * inverse;
+      own[0] = float(b - mn) * inverse, own[1] = float(g - mn) * inverse, own[2] = float(r - mn) * inverse;
+      if constexpr (kSaturation) luma = Luma(own[0], own[1], own[2]);
     }
-    if (settings.saturation) Scale(hi, lo, lo + (hi - lo) * Luma(basis[0], basis[1], basis[2]), settings.factor);
+    if constexpr (kSaturation) Scale(hi, lo, lo + (hi - lo) * luma, settings.factor);
     const float spread = hi - lo;
-    row[0] = RoundToByte(lo + spread * basis[0]);
-    row[1] = RoundToByte(lo + spread * basis[1]);
-    row[2] = RoundToByte(lo + spread * basis[2]);
+    row[0] = RoundToByte(lo + spread * place[0]);
+    row[1] = RoundToByte(lo + spread * place[1]);
+    row[2] = RoundToByte(lo + spread * place[2]);
+  }
+}
+
+}  // namespace
+
+void ChromaRow(uint8_t* row, int pixels, const ChromaTables& tables, const ChromaSettings& settings) {
+  using Kernel = void (*)(uint8_t*, int, const ChromaTables&, const ChromaSettings&);
+  static constexpr Kernel kKernels[8] = {ChromaPixels<false, false, false>, ChromaPixels<false, false, true>,
+                                         ChromaPixels<false, true, false>,  ChromaPixels<false, true, true>,
+                                         ChromaPixels<true, false, false>,  ChromaPixels<true, false, true>,
+                                         ChromaPixels<true, true, false>,   ChromaPixels<true, true, true>};
+  kKernels[settings.vibrance * 4 + settings.hue * 2 + settings.saturation](row, pixels, tables, settings);
+}
+
+void BuildHueBases(const HueSector* sectors, int count, HueBasis* bases) noexcept {
+  for (int position = 0; position < count; ++position) {
+    const HueSector& sector = sectors[position];
+    HueBasis& basis = bases[position];
+    for (int k = 0; k < 3; ++k) {
+      const int32_t w = ((sector.colour1 >> k) & 1) * sector.weight1 + ((sector.colour2 >> k) & 1) * sector.weight2;
+      basis.place[k] = float(w) * (1.0f / 65536);
+    }
+    basis.luma = Luma(basis.place[0], basis.place[1], basis.place[2]);
+  }
+}
+
+void BuildVibranceFactors(const int32_t* weights, float amount, float* factors) noexcept {
+  for (int cell = 0; cell < 64 * 64; ++cell) {
+    factors[cell] = std::max(0.0f, 1 + amount * (float(weights[cell]) * (1.0f / 65536)));
   }
 }
 

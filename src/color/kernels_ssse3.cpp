@@ -63,26 +63,26 @@ inline __m128i Middle(__m128i mx, __m128i mn, __m128i md, __m128i newMax, __m128
 
 }  // namespace
 
-// Chunks of up to 256 pixels: first every colour byte through the map into a local buffer (scalar,
+// Chunks of up to 128 pixels: first every colour byte through the map into three planes (scalar,
 // so the stores have landed before the vector loads read them), then sixteen pixels at a time the
 // middle byte is found, with the scalar rule's order for equal bytes, and replaced.
 void ToneRowSsse3(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* map, int32_t range) {
   if (range < 255) return ToneRow(source, out, pixels, map, range);
-  constexpr int kChunk = 256;
-  alignas(16) uint8_t mapped[4 * kChunk];
+  constexpr int kChunk = 128;
+  alignas(16) uint8_t mapped[3][kChunk];
   const __m128i zero = _mm_setzero_si128();
   int x = 0;
   while (pixels - x >= 16) {
     const int count = pixels - x < kChunk ? (pixels - x) & ~15 : kChunk;
     const uint8_t* s = source + 4 * x;
-    for (int k = 0; k < 4 * count; k += 4) {
+    for (int k = 0; k < count; ++k) {
       uint32_t p;
-      std::memcpy(&p, s + k, 4);
-      const uint32_t q = uint32_t(map[p & 255]) | uint32_t(map[(p >> 8) & 255]) << 8 | uint32_t(map[(p >> 16) & 255]) << 16;
-      std::memcpy(mapped + k, &q, 4);
+      std::memcpy(&p, s + 4 * k, 4);
+      mapped[0][k] = map[p & 255], mapped[1][k] = map[(p >> 8) & 255], mapped[2][k] = map[(p >> 16) & 255];
     }
     for (int k = 0; k < count; k += 16) {
-      const Planes c = Split(s + 4 * k), m = Split(mapped + 4 * k);
+      const Planes c = Split(s + 4 * k);
+      const Planes m{Load(mapped[0] + k), Load(mapped[1] + k), Load(mapped[2] + k), zero};
       const __m128i mx = _mm_max_epu8(_mm_max_epu8(c.c0, c.c1), c.c2), mn = _mm_min_epu8(_mm_min_epu8(c.c0, c.c1), c.c2);
       // The scalar rule's indexes: byte 0 is the maximum when it equals it; byte 1 when it does and
       // byte 0 does not. With the maximum at 0 the minimum is byte 1 when byte 1 equals it, with the

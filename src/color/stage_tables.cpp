@@ -32,13 +32,23 @@ void BuildHueSectors(HueSector* sectors) noexcept {
   }
 }
 
-void BuildDivisionTables(int32_t top, int32_t* fractionScale, int32_t* saturationScale, float* inverse) noexcept {
-  fractionScale[0] = saturationScale[0] = 0;
-  inverse[0] = 0;
+void BuildDivisionTables(int32_t top, const DivisionTables& tables) noexcept {
+  tables.fractionScale[0] = tables.saturationScale[0] = 0;
+  tables.inverse[0] = 0;
   for (int v = 1; v < 256; ++v) {
-    fractionScale[v] = Round(kSectorPositions * 65536.0 / v);
-    saturationScale[v] = Round(top * 65536.0 / v);
-    inverse[v] = float(1.0 / v);
+    tables.fractionScale[v] = Round(kSectorPositions * 65536.0 / v);
+    tables.saturationScale[v] = Round(top * 65536.0 / v);
+    tables.inverse[v] = float(1.0 / v);
+  }
+  // Only the entries with m <= d and d <= max are ever read; the others are 0.
+  for (int outer = 0; outer < kDivisionTableSide; ++outer) {
+    for (int inner = 0; inner < kDivisionTableSide; ++inner) {
+      const int at = outer * kDivisionTableSide + inner;
+      tables.sectorFraction[at] =
+          inner <= outer ? int16_t((int64_t(inner) * tables.fractionScale[outer] + 32768) >> 16) : int16_t(0);
+      tables.saturationColumn[at] =
+          inner <= outer ? uint8_t(((inner * tables.saturationScale[outer] + 32768) >> 16) >> 2) : uint8_t(0);
+    }
   }
 }
 
