@@ -261,7 +261,7 @@ VekStatus TR_DissolveType::Process(VekEffectInstance* instance) noexcept {
         for (std::size_t line = 0; !lastRow && line < bytes; line += 64) {
           __builtin_prefetch(source + at + frame.rowBytes + line);
         }
-        CopyPixelsSse2(source + offset, from, frame.output + offset, from, runEnds[k] - from);
+        CopyPixels(source + offset, from, frame.output + offset, from, runEnds[k] - from);
       }
     }
   }
@@ -324,7 +324,7 @@ VekStatus TR_Collapse::Process(VekEffectInstance* instance) noexcept {
   constexpr int kBandRows = 64;
   for (int band = 0; band < frame.height; band += kBandRows) {
     const int bandEnd = std::min(frame.height, band + kBandRows);
-    for (int y = band; y < bandEnd; ++y) CopyPixelsSse2(frame.RowB(y), 0, frame.OutputRow(y), 0, frame.width);
+    for (int y = band; y < bandEnd; ++y) CopyPixels(frame.RowB(y), 0, frame.OutputRow(y), 0, frame.width);
     BlockRows pending{};
     const int64_t firstRow = std::max<int64_t>(0, (band - mostDrop) / side - 1);
     const int64_t endRow = std::min<int64_t>(down, (bandEnd - leastDrop) / side + 1);

@@ -22,10 +22,6 @@ void AlphaOverRow(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels) 
   }
 }
 
-void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels) {
-  if (pixels > 0) std::memcpy(out + std::size_t(to) * 4, source + std::size_t(from) * 4, std::size_t(pixels) * 4);
-}
-
 void FillPixels(uint8_t* out, int to, int pixels, const uint8_t pixel[4]) {
   uint32_t word;
   std::memcpy(&word, pixel, sizeof word);

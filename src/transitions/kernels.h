@@ -20,14 +20,12 @@ void AlphaOverRow(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels);
 void AlphaOverRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels);
 
 // Row copies of whole 4-byte pixels: `pixels` pixels from column `from` of a source row to column
-// `to` of an output row. Nothing is copied for a count of 0 or less.
+// `to` of an output row. Nothing is copied for a count of 0 or less. The moves are 16-byte vector
+// moves, not memcpy: from a few kilobytes on, the C library copies with a string move, which some
+// processors run several times slower when the output lies just past the source within its page (as
+// a host's frames allocated one after the other do).
 void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
 using CopyPixelsFn = void (*)(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
-// The same with 16-byte vector moves. From a few kilobytes on, the C library copies with a string
-// move, which some processors run far slower when the output lies just past the source within its
-// page (as a host's frames allocated one after the other do); the pattern transitions copy their
-// rows with this instead.
-void CopyPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
 // The same with non-temporal stores only, so that writing a large output does not push the sources
 // out of the caches. StreamFenceSse2 orders them before anything written after it, and makes them
 // visible to other threads.

@@ -405,7 +405,7 @@ void SampledLerpRowSse2(const uint8_t* a, const int* columnsA, const uint8_t* b,
   SampledLerpRowScalar(a, columnsA + x, b, columnsB + x, out + std::size_t(x) * 4, pixels - x, weight);
 }
 
-void CopyPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels) {
+void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels) {
   const uint8_t* s = source + std::size_t(from) * 4;
   uint8_t* d = out + std::size_t(to) * 4;
   const std::size_t bytes = pixels > 0 ? std::size_t(pixels) * 4 : 0;

@@ -14,7 +14,7 @@ VekStatus CheckOnly(VekEffectInstance* instance) { return instance ? VEK_S_OK : 
 bool IsLumaChroma(const VekEffectInstance& instance) { return instance.colourLayout == VEK_LAYOUT_LUMA_CHROMA; }
 
 void CopyRow(const TransitionFrame& frame, const uint8_t* source, int y) {
-  CopyPixelsSse2(source + std::size_t(y) * frame.rowBytes, 0, frame.OutputRow(y), 0, frame.width);
+  CopyPixels(source + std::size_t(y) * frame.rowBytes, 0, frame.OutputRow(y), 0, frame.width);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "transitions/transition.h"
 
-#include <cstring>
+#include "transitions/kernels.h"
 
 namespace vek {
 
@@ -33,11 +33,7 @@ float ClampedProgress(float progress) noexcept {
 }
 
 void TransitionFrame::CopyRows(const uint8_t* source) const {
-  if (rows.step == 1) {
-    if (rows.count > 0) std::memcpy(output, source, rowBytes * std::size_t(rows.count));
-    return;
-  }
-  ForEachRow(rows, [&](int y) { std::memcpy(OutputRow(y), source + std::size_t(y) * rowBytes, rowBytes); });
+  ForEachRow(rows, [&](int y) { CopyPixels(source + std::size_t(y) * rowBytes, 0, OutputRow(y), 0, width); });
 }
 
 bool ReadChoice(const VekEffectInstance& instance, const VekParamDescriptor* rows, uint32_t row,
