@@ -41,6 +41,23 @@ const std::set<std::string> kGeneratorEffects = {"DSP_TR_Burn", "DSP_TR_DirtyWip
 // compared with its own reference, and the listed hash covers both.
 const std::set<std::string> kOwnVectorBytes = {"DSP_TR_WipeSoft"};
 
+// Settings rendered after the defaults, each on top of the one before, for effects whose defaults
+// leave most of what they do unseen.
+using Setting = std::vector<std::pair<const char*, const char*>>;
+const std::map<std::string, std::vector<Setting>> kSettings = {
+    {"DSP_CO_ColorAdj",
+     {{{"P1", "30"}, {"P2", "-20"}, {"P7", "0.6"}},
+      {{"P1", "0"}, {"P2", "0"}, {"P7", "0"}, {"P3", "0.3"}, {"P4", "1.6"}, {"P10", "45"}},
+      {{"P3", "0"}, {"P4", "1"}, {"P10", "0"}, {"P5", "1.2"}, {"P8", "60"}, {"P9", "40"}},
+      {{"P1", "-15"}, {"P2", "35"}, {"P3", "-0.55"}, {"P4", "0.4"}, {"P5", "0.7"}, {"P6", "1"}, {"P7", "-0.8"},
+       {"P8", "20"}, {"P9", "70"}, {"P10", "-60"}},
+      {{"P6", "2"}}}},
+    {"DSP_VI_Mosaic", {{{"P4", "1"}}, {{"P1", "3"}, {"P2", "7"}, {"P4", "1"}}, {{"P4", "2"}}}},
+    {"DSP_VI_FlipCanvas", {{{"P1", "0"}}, {{"P1", "2"}}, {{"P1", "3"}}}},
+    {"DSP_VI_Posterize", {{{"P1", "7"}}, {{"P1", "0"}}}},
+    {"DSP_VI_ContrastMask", {{{"P2", "30"}}, {{"P2", "255"}}}},
+};
+
 const std::string kGoldenPath = std::string(VEK_SOURCE_DIR) + "/tests/golden/renders.txt";
 
 struct Mode {
@@ -57,7 +74,8 @@ uint64_t Fnv1a(uint64_t hash, const std::vector<uint8_t>& bytes) {
   return hash;
 }
 
-// The hash of the effect's outputs at a few progress values, or nothing if it does not render.
+// The hash of the effect's outputs at a few progress values or settings, or nothing if it does not
+// render.
 std::optional<uint64_t> RenderHash(const Effect& effect, Mode mode, int renderHint, int workers) {
   constexpr int kWidth = 37, kHeight = 23;
   Frame a = Frame::Random(kWidth, kHeight, 1), b = Frame::Random(kWidth, kHeight, 2);
@@ -84,6 +102,14 @@ std::optional<uint64_t> RenderHash(const Effect& effect, Mode mode, int renderHi
       instance.Process(out.Data());
       hash = Fnv1a(hash, out.bytes);
       if (!transition) break;
+    }
+    if (const auto settings = kSettings.find(effect.classId); settings != kSettings.end()) {
+      for (const Setting& setting : settings->second) {
+        for (const auto& [param, value] : setting) instance.Set(param, value);
+        Frame out = Frame::Filled(kWidth, kHeight, 0x5A);
+        instance.Process(out.Data());
+        hash = Fnv1a(hash, out.bytes);
+      }
     }
   } catch (const vek::host::Error& error) {
     if (error.Status() == VEK_E_NOTIMPL) return std::nullopt;
