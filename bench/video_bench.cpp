@@ -26,7 +26,9 @@ template <class T> std::function<void(uint8_t*)> Store(std::size_t offset, T val
     add(Name({"FlipCanvas/mode", std::to_string(mode)}), {"DSP_VI_FlipCanvas", size, 0, 0, 1, Store(0, mode)});
   }
   for (const char* id : {"DSP_VI_AutoLevels", "DSP_VI_AutoContrast", "DSP_VI_Equalize", "DSP_VI_ContrastMask"}) {
-    add(std::string(std::string_view(id).substr(7)), {id, size, 0, 0, 1, {}});
+    for (int workers : {1, 2}) {
+      add(Name({std::string_view(id).substr(7), "/workers", std::to_string(workers)}), {id, size, 0, 0, workers, {}});
+    }
   }
   // The count the first three corrections start with, alone: the least they can cost.
   RegisterAgainst("ColourHistogram", copy, [size](benchmark::State& s) {

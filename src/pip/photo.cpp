@@ -1,11 +1,41 @@
 #include "pip/photo.h"
 
-CPhoto::CPhoto(const uint8_t* original, uint8_t* pixels, int width, int height) noexcept
-    : original_(original), pixels_(pixels), pixelCount_(std::size_t(width) * std::size_t(height)) {}
+#include <atomic>
+
+#include "image/rows.h"
+
+CPhoto::CPhoto(const uint8_t* original, uint8_t* pixels, int width, int height, int32_t workers) noexcept
+    : original_(original),
+      pixels_(pixels),
+      width_(width),
+      height_(height),
+      workers_(workers),
+      pixelCount_(std::size_t(width) * std::size_t(height)) {}
+
+template <class Apply> void CPhoto::ForEachBand(Apply&& apply) const noexcept {
+  const std::size_t rowPixels = std::size_t(width_);
+  vek::ParallelRows(workers_, height_, [&](int y0, int y1) {
+    const std::size_t at = std::size_t(y0) * rowPixels * 4;
+    apply(original_ + at, pixels_ + at, std::size_t(y1 - y0) * rowPixels);
+  });
+}
+
+void CPhoto::CountChannels(uint32_t (&histograms)[3][256]) const noexcept {
+  // Each band counts into its own histograms, then adds them to the frame's.
+  ForEachBand([&](const uint8_t* source, uint8_t*, std::size_t pixels) {
+    uint32_t band[3][256] = {};
+    vek::CountColourBytes(source, pixels, band);
+    for (int channel = 0; channel < 3; ++channel) {
+      for (int i = 0; i < 256; ++i) {
+        std::atomic_ref<uint32_t>(histograms[channel][i]).fetch_add(band[channel][i], std::memory_order_relaxed);
+      }
+    }
+  });
+}
 
 void CPhoto::CountAllChannels(Histogram& all) const noexcept {
   uint32_t histograms[3][256] = {};
-  vek::CountColourBytes(original_, pixelCount_, histograms);
+  CountChannels(histograms);
   for (int i = 0; i < 256; ++i) all[i] = histograms[0][i] + histograms[1][i] + histograms[2][i];
 }
 
@@ -41,13 +71,15 @@ Stretch StretchBetweenCuts(const CPhoto::Histogram& histogram, uint32_t total, f
 
 int CPhoto::LevelsStretch(float blackFraction, float whiteFraction) noexcept {
   uint32_t histograms[3][256] = {};
-  vek::CountColourBytes(original_, pixelCount_, histograms);
+  CountChannels(histograms);
   vek::Stretch stretches[3];
   for (int channel = 0; channel < 3; ++channel) {
     stretches[channel] =
         vek::StretchBetweenCuts(histograms[channel], uint32_t(pixelCount_), blackFraction, whiteFraction, 16);
   }
-  vek::StretchRowSse2(original_, pixels_, pixelCount_, stretches);
+  ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
+    vek::StretchRowSse2(source, out, pixels, stretches);
+  });
   return 1;
 }
 
@@ -58,7 +90,9 @@ int CPhoto::ContrastStretch(float blackFraction, float whiteFraction) noexcept {
   const vek::Stretch stretch =
       vek::StretchBetweenCuts(all, uint32_t(3 * pixelCount_), blackFraction, whiteFraction, 2);
   const vek::Stretch stretches[3] = {stretch, stretch, stretch};
-  vek::StretchRowSse2(original_, pixels_, pixelCount_, stretches);
+  ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
+    vek::StretchRowSse2(source, out, pixels, stretches);
+  });
   return 1;
 }
 
@@ -100,13 +134,16 @@ int CPhoto::Equalize() noexcept {
   }
   uint8_t table[256];
   for (int i = 0; i < 256; ++i) table[i] = uint8_t(entry[i]);
-  vek::LookUpColourBytes(original_, pixels_, pixelCount_, vek::PlaceTable(table));
+  const vek::ColourTable placed = vek::PlaceTable(table);
+  ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
+    vek::LookUpColourBytes(source, out, pixels, placed);
+  });
   return 1;
 }
 
 // The vector kernel holds degrees up to 256 in 16-bit lanes; hosts may send any other.
 int CPhoto::ContrastMask(int32_t degree) noexcept {
-  const bool vector = degree >= 0 && degree <= 256;
-  (vector ? vek::ContrastMaskRowSse2 : vek::ContrastMaskRow)(original_, pixels_, pixelCount_, degree);
+  const auto mask = degree >= 0 && degree <= 256 ? vek::ContrastMaskRowSse2 : vek::ContrastMaskRow;
+  ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) { mask(source, out, pixels, degree); });
   return 1;
 }

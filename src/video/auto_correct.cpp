@@ -41,7 +41,7 @@ VekStatus CorrectFrame(VekEffectInstance* instance, Correction&& correct) {
     frame.CopyRows();
     return VEK_S_OK;
   }
-  CPhoto photo(frame.source, frame.output, frame.width, frame.height);
+  CPhoto photo(frame.source, frame.output, frame.width, frame.height, frame.workers);
   correct(photo, frame.values);
   return VEK_S_OK;
 }
