@@ -311,39 +311,10 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
       return;
     }
   }
-  // A run of kRun pixels with a pixel after it steps over kRun intervals to that pixel, whose
-  // exact coordinates start the next run; a last, shorter run steps to its own last pixel.
-  int32_t nextU = 0, nextV = 0;
-  if constexpr (K != kPlain) coordinates(0, nextU, nextV);
-  for (int run = 0; run < count; run += kRun) {
-    const int end = std::min(run + kRun, count) - 1;
-    int32_t u = nextU, v = nextV, du = 0, dv = 0;
-    bool inside = false;
-    if constexpr (K != kPlain) {
-      if (run + kRun < count) {
-        coordinates(run + kRun, nextU, nextV);
-        du = (nextU - u) >> kRunShift, dv = (nextV - v) >> kRunShift;
-      } else if (end > run) {
-        int32_t uEnd, vEnd;
-        coordinates(end, uEnd, vEnd);
-        du = (uEnd - u) / (end - run), dv = (vEnd - v) / (end - run);
-      }
-      // Stepping is linear, so the run's texels lie between those of its ends.
-      const int32_t uLast = u + du * (end - run), vLast = v + dv * (end - run);
-      const int32_t reach = K == kNearest ? 1 : 2;
-      inside = std::min(u, uLast) >= 0 && TexelOf(std::max(u, uLast)) + reach <= texture->width &&
-               std::min(v, vLast) >= 0 && TexelOf(std::max(v, vLast)) + reach <= texture->height;
-      if (K != kNearest && Flat && inside && !depth && !blend) {
-        const std::size_t stride = std::size_t(texture->width);
-        if (modulate) {
-          RunInside<true>(out + run, end - run + 1, u, v, du, dv, texture->pixels, stride, lanes);
-        } else {
-          RunInside<false>(out + run, end - run + 1, u, v, du, dv, texture->pixels, stride, lanes);
-        }
-        continue;
-      }
-    }
-    for (int k = run; k <= end; ++k, u += du, v += dv) {
+  // Pixels first..last one by one, from coordinates (u, v) at the first; `inside` says that all
+  // their texels lie inside the texture.
+  auto pixels = [&](int first, int last, int32_t u, int32_t v, int32_t du, int32_t dv, bool inside) {
+    for (int k = first; k <= last; ++k, u += du, v += dv) {
       if (depth) {
         const float z = z0 + tri.z.dx * float(k);
         if (!(z > depth[k])) continue;
@@ -374,6 +345,57 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
       }
       out[k] = blend ? Blend(out[k], pixel, tri.colour[3]) : pixel;
     }
+  };
+  // A run of kRun pixels with a pixel after it steps over kRun intervals to that pixel, whose
+  // exact coordinates start the next run; a last, shorter run steps to its own last pixel.
+  int32_t nextU = 0, nextV = 0;
+  if constexpr (K != kPlain) coordinates(0, nextU, nextV);
+  for (int run = 0; run < count; run += kRun) {
+    const int end = std::min(run + kRun, count) - 1;
+    int32_t u = nextU, v = nextV, du = 0, dv = 0;
+    bool inside = false;
+    if constexpr (K != kPlain) {
+      if (run + kRun < count) {
+        coordinates(run + kRun, nextU, nextV);
+        du = (nextU - u) >> kRunShift, dv = (nextV - v) >> kRunShift;
+      } else if (end > run) {
+        int32_t uEnd, vEnd;
+        coordinates(end, uEnd, vEnd);
+        du = (uEnd - u) / (end - run), dv = (vEnd - v) / (end - run);
+      }
+      // Stepping is linear, so the run's texels lie between those of its ends.
+      const int32_t uLast = u + du * (end - run), vLast = v + dv * (end - run);
+      const int32_t reach = K == kNearest ? 1 : 2;
+      inside = std::min(u, uLast) >= 0 && TexelOf(std::max(u, uLast)) + reach <= texture->width &&
+               std::min(v, vLast) >= 0 && TexelOf(std::max(v, vLast)) + reach <= texture->height;
+      if (K != kNearest && Flat && !depth && !blend) {
+        // The pixels whose texels all lie inside form one stretch of the run, stepping being
+        // linear; the few at its ends that reach past an edge (the picture's last column and row)
+        // are sampled one by one.
+        const auto texelsInside = [&](int k) {
+          const int32_t uk = u + du * (k - run), vk = v + dv * (k - run);
+          return uk >= 0 && vk >= 0 && TexelOf(uk) + 2 <= texture->width && TexelOf(vk) + 2 <= texture->height;
+        };
+        int from = run, to = end;
+        if (!inside) {
+          while (from <= to && !texelsInside(from)) ++from;
+          while (to >= from && !texelsInside(to)) --to;
+        }
+        if (from <= to) {
+          const std::size_t stride = std::size_t(texture->width);
+          const int32_t uFrom = u + du * (from - run), vFrom = v + dv * (from - run);
+          if (modulate) {
+            RunInside<true>(out + from, to - from + 1, uFrom, vFrom, du, dv, texture->pixels, stride, lanes);
+          } else {
+            RunInside<false>(out + from, to - from + 1, uFrom, vFrom, du, dv, texture->pixels, stride, lanes);
+          }
+          pixels(run, from - 1, u, v, du, dv, false);
+          pixels(to + 1, end, u + du * (to + 1 - run), v + dv * (to + 1 - run), du, dv, false);
+          continue;
+        }
+      }
+    }
+    pixels(run, end, u, v, du, dv, inside);
   }
 }
 
