@@ -46,7 +46,15 @@ std::string Name(std::initializer_list<std::string_view> parts) {
   return name;
 }
 
-Frames::Frames(Size size) : bytes(std::size_t(size.width) * size.height * 4), a(bytes), b(bytes), out(bytes) {
+Frames::Frames(Size size) : bytes(std::size_t(size.width) * size.height * 4) {
+  constexpr std::size_t kPage = 4096, kStagger = 1088;
+  const std::size_t stride = (bytes + kPage - 1) / kPage * kPage + kPage;  // room for any offset in a page
+  storage.resize(3 * stride + kPage);
+  const std::size_t misalignment = reinterpret_cast<uintptr_t>(storage.data()) % kPage;
+  uint8_t* base = storage.data() + (misalignment ? kPage - misalignment : 0);
+  a = {base + kStagger, bytes};
+  b = {base + stride + 2 * kStagger % kPage, bytes};
+  out = {base + 2 * stride + 3 * kStagger % kPage, bytes};
   for (std::size_t i = 0; i < bytes; ++i) {
     a[i] = uint8_t(i * 7 + (i >> 9));
     b[i] = uint8_t(255 - i * 3);

@@ -26,7 +26,7 @@ struct SlabScene {
     width = supersample ? size.width : 2 * size.width;
     height = supersample ? size.height : 2 * size.height;
     target.resize(std::size_t(width) * height * 4);
-    texture = frames.a;
+    texture.assign(frames.a.begin(), frames.a.end());
     ok = scene.Size(width, height, supersample);
     const float half = 2.0f * height / width;
     const uint8_t grey[3] = {120, 120, 120};
