@@ -159,6 +159,19 @@ TEST(VekhostRender, SignedOffsetChoosesTheFlipsOffsetModeAndAmount) {
   }
 }
 
+TEST(VekhostRender, AlphaAwareFlagKeepsTheMosaicsAlpha) {
+  ScratchFolder folder("vek_render_alpha");
+  const Outcome run =
+      Tool("render DSP_VI_Mosaic --alpha-aware" + kSize + "-o " + Quoted(folder / "mosaic.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  vek::host::RenderSetup setup{kWidth, kHeight};
+  setup.alphaAware = true;
+  vek::host::Renderer renderer(vek::test::LoadedPlugin().FindEffect("DSP_VI_Mosaic"), setup);
+  const Frame expected = renderer.Render(BuiltIn(Picture::kA), Frame(kWidth, kHeight));
+  EXPECT_EQ(vek::host::ReadImage(folder / "mosaic.png").bytes, expected.bytes);
+  EXPECT_NE(expected.Pixel(kWidth / 2, kHeight / 2)[3], 0) << "the blocks keep the picture's alpha";
+}
+
 TEST(VekhostRender, FileInputsOfAnotherSizeAreRefusedUnlessResized) {
   ScratchFolder folder("vek_render_files");
   const Frame a = vek::host::BuiltInPicture(Picture::kA, 40, 30), b = vek::host::BuiltInPicture(Picture::kB, 20, 10);

@@ -39,6 +39,7 @@ Renderer::Renderer(const Effect& effect, const RenderSetup& setup)
   record.randomSeed = setup.randomSeed;
   record.offsetMode = setup.offsetMode;
   record.offsetAmount = setup.offsetAmount;
+  record.alphaAware = setup.alphaAware ? 1 : 0;
 }
 
 void Renderer::SetProgress(float progress) {

@@ -35,6 +35,7 @@ struct SetupArguments {
   std::string simd = "on";
   uint32_t seed = 0;
   float offset = 0;  // signed: below 0 offset mode 1, above 0 mode 2, with its magnitude as the amount
+  bool alphaAware = false;
 };
 host::RenderSetup MakeSetup(const SetupArguments& arguments, FrameSize size);
 

@@ -116,7 +116,10 @@ std::string ProgressCaption(float progress) {
 }  // namespace
 
 void DemoCommand(const host::Plugin& plugin, const std::filesystem::path& output, FrameSize cell, std::ostream& out) {
-  const host::RenderSetup setup = MakeSetup(SetupArguments{}, cell);
+  // The sheet shows what an editor that keeps alpha shows: effects that would drop it keep it.
+  SetupArguments arguments;
+  arguments.alphaAware = true;
+  const host::RenderSetup setup = MakeSetup(arguments, cell);
   const host::Frame a = host::BuiltInPicture(host::Picture::kA, cell.width, cell.height);
   const host::Frame b = host::BuiltInPicture(host::Picture::kB, cell.width, cell.height);
   // One group of cells per effect; a transition's three stay on one row.

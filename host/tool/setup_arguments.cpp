@@ -39,6 +39,7 @@ host::RenderSetup MakeSetup(const SetupArguments& arguments, FrameSize size) {
   setup.randomSeed = arguments.seed;
   setup.offsetMode = arguments.offset < 0 ? 1 : arguments.offset > 0 ? 2 : 0;
   setup.offsetAmount = std::abs(arguments.offset);
+  setup.alphaAware = arguments.alphaAware;
   return setup;
 }
 

@@ -22,6 +22,7 @@ struct RenderSetup {
   uint32_t randomSeed = 0;
   int32_t offsetMode = 0;  // 0 none, 1 negative, 2 positive: the 3D flip's sideways shift
   float offsetAmount = 0;
+  bool alphaAware = false;  // the host keeps alpha: effects that can, carry it through
 };
 
 bool IsTransition(const Effect& effect);
