@@ -9,8 +9,6 @@ using namespace vek;
 
 namespace {
 
-VekStatus CheckOnly(VekEffectInstance* instance) { return instance ? VEK_S_OK : VEK_E_FAIL; }
-
 bool IsLumaChroma(const VekEffectInstance& instance) { return instance.colourLayout == VEK_LAYOUT_LUMA_CHROMA; }
 
 void CopyRow(const TransitionFrame& frame, const uint8_t* source, int y) {
@@ -32,16 +30,6 @@ constinit decltype(TR_ColorSplit::kParams) TR_ColorSplit::kParams = Rows(
 // Threshold: a pixel shows B once its key pixel (A's for "One", B's for "Two") is darker than
 // t = trunc(progress * 255), A otherwise. ARGB keys compare the sum of their colour bytes with 3t,
 // luma/chroma keys their luma with t, in the frame and in both fields.
-VekStatus TR_Threshold::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_Threshold::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_Threshold::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_Threshold::Prepare(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
-VekStatus TR_Threshold::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
-
 VekStatus TR_Threshold::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
   if (!BeginTransition(instance, frame)) return VEK_E_FAIL;
@@ -68,16 +56,6 @@ VekStatus TR_Threshold::Process(VekEffectInstance* instance) noexcept {
 // X-ray: up to progress 0.4 A turns into its grey negative (255 - luma), up to 0.8 the negative
 // burns out to white through a tone table, then white fades into B. In the luma/chroma layout the
 // same greys are reached in luma with neutral chroma. The whole frame is rendered in every field mode.
-VekStatus TR_XRay::Init(VekEffectInstance* instance) noexcept {
-  return InitWithDefaults(instance, kParams.data(), kParamCount);
-}
-VekStatus TR_XRay::Destroy(VekEffectInstance* instance) noexcept { return ReleaseResources(instance); }
-VekStatus TR_XRay::SetInput(int32_t index, VekInputSample* sample) noexcept {
-  return TwoInputs::Store(index, sample, kPrivateBytes);
-}
-VekStatus TR_XRay::Prepare(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
-VekStatus TR_XRay::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
-
 VekStatus TR_XRay::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
   if (!BeginTransition(instance, frame)) return VEK_E_FAIL;
@@ -128,7 +106,9 @@ VekStatus TR_ColorSplit::Destroy(VekEffectInstance* instance) noexcept { return 
 VekStatus TR_ColorSplit::SetInput(int32_t index, VekInputSample* sample) noexcept {
   return TwoInputs::Store(index, sample, kPrivateBytes);
 }
-VekStatus TR_ColorSplit::ReleaseResources(VekEffectInstance* instance) noexcept { return CheckOnly(instance); }
+VekStatus TR_ColorSplit::ReleaseResources(VekEffectInstance* instance) noexcept {
+  return instance ? VEK_S_OK : VEK_E_FAIL;
+}
 
 VekStatus TR_ColorSplit::Prepare(VekEffectInstance* instance) noexcept {
   if (instance) instance->prepared = 1;

@@ -37,8 +37,8 @@ DECLARE_STATELESS_EFFECT(TR_Splices, TwoInputs, 24, 2)
 DECLARE_PENDING_EFFECT(TR_Slices, TwoInputs, 24, 2)
 
 // tone.cpp
-DECLARE_EFFECT(TR_Threshold, 24, 2)
-DECLARE_EFFECT(TR_XRay, 24, 1)
+DECLARE_STATELESS_EFFECT(TR_Threshold, TwoInputs, 24, 2)
+DECLARE_STATELESS_EFFECT(TR_XRay, TwoInputs, 24, 1)
 DECLARE_EFFECT(TR_ColorSplit, 24, 1)
 
 // ripple.cpp
