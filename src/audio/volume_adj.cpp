@@ -19,7 +19,11 @@ MixerState* StateOf(void* block) noexcept {
   return static_cast<MixerState*>(block);
 }
 
-VekStatus InitVolume(VekEffectInstance* instance) noexcept {
+}  // namespace
+
+namespace vek {
+
+template <class Effect> VekStatus VolumeCallbacks<Effect>::Init(VekEffectInstance* instance) noexcept {
   if (!instance) return VEK_E_FAIL;
   if (VekObject* host = instance->hostObject; host && host->operations) {
     if (auto notify = reinterpret_cast<VekHostNotifyFn>(host->operations[VEK_HOST_SLOT_NOTIFY])) notify(host);
@@ -30,7 +34,7 @@ VekStatus InitVolume(VekEffectInstance* instance) noexcept {
   return VEK_S_OK;
 }
 
-VekStatus PrepareVolume(VekEffectInstance* instance) noexcept {
+template <class Effect> VekStatus VolumeCallbacks<Effect>::Prepare(VekEffectInstance* instance) noexcept {
   MixerState* state = instance ? StateOf(instance->privateBlock) : nullptr;
   if (!state) return VEK_E_FAIL;
   audio::AudioFormat format;
@@ -40,7 +44,7 @@ VekStatus PrepareVolume(VekEffectInstance* instance) noexcept {
 
 // The sample's value block holds the volume at the block's start first and the volume at its end
 // at endValueOffset.
-VekStatus SetVolumeInput(VekInputSample* sample) noexcept {
+template <class Effect> VekStatus VolumeCallbacks<Effect>::SetInput(int32_t, VekInputSample* sample) noexcept {
   if (!sample || !sample->frame || !sample->paramValues || sample->endValueOffset < 0) return VEK_E_FAIL;
   MixerState* state = StateOf(sample->privateBlock);
   if (!state || !audio::MixerReady(*state)) return VEK_E_FAIL;
@@ -50,21 +54,29 @@ VekStatus SetVolumeInput(VekInputSample* sample) noexcept {
 }
 
 // The vector kernels run when the host's render hint allows them and the processor has SSE4.1.
-VekStatus ProcessVolume(VekEffectInstance* instance) noexcept {
+template <class Effect> VekStatus VolumeCallbacks<Effect>::Process(VekEffectInstance* instance) noexcept {
   if (!instance || !instance->output) return VEK_E_FAIL;
   MixerState* state = StateOf(instance->privateBlock);
   if (!state || !audio::MixerReady(*state)) return VEK_E_FAIL;
   return audio::Mix(*state, instance->output, instance->renderHint >= 3 && audio::VectorKernelsUsable());
 }
 
-VekStatus ReleaseVolume(VekEffectInstance* instance) noexcept {
+template <class Effect>
+VekStatus VolumeCallbacks<Effect>::ReleaseResources(VekEffectInstance* instance) noexcept {
   MixerState* state = instance ? StateOf(instance->privateBlock) : nullptr;
   if (!state) return VEK_E_FAIL;
   state->queued = 0;
   return VEK_S_OK;
 }
 
-}  // namespace
+template <class Effect> VekStatus VolumeCallbacks<Effect>::Destroy(VekEffectInstance* instance) noexcept {
+  return ReleaseResources(instance);
+}
+
+template struct VolumeCallbacks<AU_VolumeAdj>;
+template struct VolumeCallbacks<AU_VolumeAdj_Exp>;
+
+}  // namespace vek
 
 VekStatus vek::InterpolateSquaredVolume(const VekParamDescriptor* row, double t, const void* left, const void* right,
                                         void* out) noexcept {
@@ -91,18 +103,3 @@ constinit decltype(AU_VolumeAdj::kParams) AU_VolumeAdj::kParams = Rows(
 constinit decltype(AU_VolumeAdj_Exp::kParams) AU_VolumeAdj_Exp::kParams = Rows(Interpolated(
     FloatRow<0.0f, 2.0f, 1.0f>("P1", "IDS_Au_Param_Volume_Name", "IDS_Au_Param_Volume_Desc", {0, kScopeGlobal}),
     &InterpolateSquaredVolume));
-
-// The two effects share every callback; only their parameter rows differ.
-VekStatus AU_VolumeAdj::Init(VekEffectInstance* instance) noexcept { return InitVolume(instance); }
-VekStatus AU_VolumeAdj::Destroy(VekEffectInstance* instance) noexcept { return ReleaseVolume(instance); }
-VekStatus AU_VolumeAdj::SetInput(int32_t, VekInputSample* sample) noexcept { return SetVolumeInput(sample); }
-VekStatus AU_VolumeAdj::Process(VekEffectInstance* instance) noexcept { return ProcessVolume(instance); }
-VekStatus AU_VolumeAdj::Prepare(VekEffectInstance* instance) noexcept { return PrepareVolume(instance); }
-VekStatus AU_VolumeAdj::ReleaseResources(VekEffectInstance* instance) noexcept { return ReleaseVolume(instance); }
-
-VekStatus AU_VolumeAdj_Exp::Init(VekEffectInstance* instance) noexcept { return InitVolume(instance); }
-VekStatus AU_VolumeAdj_Exp::Destroy(VekEffectInstance* instance) noexcept { return ReleaseVolume(instance); }
-VekStatus AU_VolumeAdj_Exp::SetInput(int32_t, VekInputSample* sample) noexcept { return SetVolumeInput(sample); }
-VekStatus AU_VolumeAdj_Exp::Process(VekEffectInstance* instance) noexcept { return ProcessVolume(instance); }
-VekStatus AU_VolumeAdj_Exp::Prepare(VekEffectInstance* instance) noexcept { return PrepareVolume(instance); }
-VekStatus AU_VolumeAdj_Exp::ReleaseResources(VekEffectInstance* instance) noexcept { return ReleaseVolume(instance); }
