@@ -455,6 +455,14 @@ int64_t FloorSqrt(int64_t value) {
   return d;
 }
 
+// The columns of one row of the circle: A | ring | B | ring | A, each clipped to the row, with the
+// two rings' weights in column order.
+struct IrisRow {
+  int x0, x1, x2, x3;
+  const uint8_t* leftWeights;
+  const uint8_t* rightWeights;
+};
+
 // One circle: radius rho about (cx, cy). A pixel whose distance d (rounded up) is at most rho - N
 // shows B; between that and the rim it blends through T[rho - d], 0 at the rim itself.
 struct Iris {
@@ -463,38 +471,45 @@ struct Iris {
   int ringWidth;
   const uint32_t* profile;
 
-  // One row of `width` pixels; `weights` holds at least 2 * `width` bytes.
-  void Row(const uint8_t* a, const uint8_t* b, uint8_t* out, int width, int y, uint8_t* weights) const {
+  // The columns of row y, and of row 2 cy - y, as far from the centre on the other side, in rows of
+  // `width` pixels; `weights` holds at least 2 * `width` bytes. False when the circle misses them.
+  bool Columns(int width, int y, uint8_t* weights, IrisRow& row) const {
     const int64_t dy = y - cy, dy2 = dy * dy;
-    if (dy2 > rho * rho) return CopyPixels(a, 0, out, 0, width);
+    if (dy2 > rho * rho) return false;
     // Columns within `outer` of cx are inside the circle, within `inner` of it (if any) all B.
     const int64_t outer = FloorSqrt(rho * rho - dy2);
     const int64_t innerRadius = rho - ringWidth;
     const int64_t inner = innerRadius >= 0 && dy2 <= innerRadius * innerRadius
                               ? FloorSqrt(innerRadius * innerRadius - dy2)
                               : -1;
-    // The ring's weights by column distance k from cx, k = inner + 1 on, the same on both sides.
-    // The rounded-up distance d grows by 0 or 1 from one k to the next (the distance itself grows
-    // by less than 1), so it is stepped rather than recomputed.
+    // The ring's weights by column distance k from cx, k = inner + 1 on, the same on both sides:
+    // `right` in the order of k, `left` in the reverse order. The rounded-up distance d grows by 0
+    // or 1 from one k to the next (the distance itself grows by less than 1), so it is stepped
+    // rather than recomputed.
     const int64_t first = inner + 1, farthest = std::min<int64_t>(outer, std::max(cx, width - 1 - cx));
-    uint8_t* ring = weights;
+    uint8_t *right = weights, *left = weights + width;
     int64_t square = first * first + dy2;  // k^2 + dy^2, kept up to date as k grows
     int64_t d = CeilSqrt(square), dSquare = d * d;
     for (int64_t k = first; k <= farthest; square += 2 * k + 1, ++k) {
-      if (dSquare < square) dSquare += 2 * d + 1, ++d;
-      ring[k - first] = uint8_t(profile[std::min<int64_t>(rho - d, ringWidth - 1)]);
+      const int64_t step = dSquare < square;
+      dSquare += step * (2 * d + 1);
+      d += step;
+      right[k - first] = left[farthest - k] = uint8_t(profile[std::min<int64_t>(rho - d, ringWidth - 1)]);
     }
-    // Columns: A | ring | B | ring | A, each clipped to the row.
     const auto clip = [width](int64_t x) { return int(std::clamp<int64_t>(x, 0, width)); };
-    const int x0 = clip(cx - outer), x3 = clip(cx + outer + 1);
-    const int x1 = inner >= 0 ? clip(cx - inner) : clip(cx), x2 = inner >= 0 ? clip(cx + inner + 1) : clip(cx);
-    uint8_t* left = weights + width;  // the left ring's weights in column order
-    for (int x = x0; x < x1; ++x) left[x - x0] = ring[cx - x - first];
-    CopyPixels(a, 0, out, 0, x0);
-    BlendRun(a, b, out, left, x0, x1);
-    CopyPixels(b, x1, out, x1, x2 - x1);
-    BlendRun(a, b, out, ring + (x2 - (cx + first)), x2, x3);
-    CopyPixels(a, x3, out, x3, width - x3);
+    row.x0 = clip(cx - outer), row.x3 = clip(cx + outer + 1);
+    row.x1 = inner >= 0 ? clip(cx - inner) : clip(cx), row.x2 = inner >= 0 ? clip(cx + inner + 1) : clip(cx);
+    row.leftWeights = left + (farthest - cx + row.x0);
+    row.rightWeights = right + (row.x2 - (cx + first));
+    return true;
+  }
+
+  static void Draw(const uint8_t* a, const uint8_t* b, uint8_t* out, int width, const IrisRow& row) {
+    CopyPixels(a, 0, out, 0, row.x0);
+    BlendRun(a, b, out, row.leftWeights, row.x0, row.x1);
+    CopyPixels(b, row.x1, out, row.x1, row.x2 - row.x1);
+    BlendRun(a, b, out, row.rightWeights, row.x2, row.x3);
+    CopyPixels(a, row.x3, out, row.x3, width - row.x3);
   }
 
   // Columns [from, to), column from + i blended by weights[i].
@@ -588,12 +603,26 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
     FillColumnMap(toDisplay, displayWidth, frame.width);
     FillColumnMap(toFrame, frame.width, displayWidth);
   }
-  ForEachRow(frame.rows, [&](int y) {
-    if (!resampled) return iris.Row(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, y, weights);
+  const auto draw = [&](int y, const IrisRow* row) {
+    if (!resampled) {
+      if (!row) return CopyPixels(frame.RowA(y), 0, frame.OutputRow(y), 0, frame.width);
+      return Iris::Draw(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, *row);
+    }
     GatherPixels(frame.RowA(y), toDisplay, wideA.Row(y), displayWidth);
+    if (!row) return GatherPixels(wideA.Row(y), toFrame, frame.OutputRow(y), frame.width);
     GatherPixels(frame.RowB(y), toDisplay, wideB.Row(y), displayWidth);
-    iris.Row(wideA.Row(y), wideB.Row(y), wideOut.Row(y), displayWidth, y, weights);
+    Iris::Draw(wideA.Row(y), wideB.Row(y), wideOut.Row(y), displayWidth, *row);
     GatherPixels(wideOut.Row(y), toFrame, frame.OutputRow(y), frame.width);
+  };
+  // A row and its mirror image about the centre row share their columns and ring weights; the
+  // mirror lies in the same field.
+  ForEachRow(frame.rows, [&](int y) {
+    const int mirror = 2 * iris.cy - y;
+    if (mirror >= 0 && mirror < y) return;  // drawn with its mirror
+    IrisRow row;
+    const bool inside = iris.Columns(displayWidth, y, weights, row);
+    draw(y, inside ? &row : nullptr);
+    if (mirror > y && mirror < frame.height) draw(mirror, inside ? &row : nullptr);
   });
   std::free(scratch);
   return VEK_S_OK;
