@@ -1,6 +1,8 @@
 #include "pip/photo.h"
 
 #include <atomic>
+#include <memory>
+#include <new>
 
 #include "image/rows.h"
 
@@ -20,11 +22,31 @@ template <class Apply> void CPhoto::ForEachBand(Apply&& apply) const noexcept {
   });
 }
 
+namespace {
+
+// Below this many pixels, clearing and splitting the pair counts costs more than they save.
+constexpr std::size_t kPairedFrom = std::size_t(1) << 18;
+
+// Large bands count bytes 0 and 1 as pairs, when the pair counts can be had.
+void CountBand(const uint8_t* source, std::size_t pixels, uint32_t (&histograms)[3][256]) noexcept {
+  if (pixels >= kPairedFrom) {
+    const std::unique_ptr<uint32_t[]> pairs(new (std::nothrow) uint32_t[65536]());
+    if (pairs) {
+      vek::CountColourPairs(source, pixels, pairs.get(), histograms[2]);
+      vek::SplitPairCounts(pairs.get(), histograms[0], histograms[1]);
+      return;
+    }
+  }
+  vek::CountColourBytes(source, pixels, histograms);
+}
+
+}  // namespace
+
 void CPhoto::CountChannels(uint32_t (&histograms)[3][256]) const noexcept {
   // Each band counts into its own histograms, then adds them to the frame's.
   ForEachBand([&](const uint8_t* source, uint8_t*, std::size_t pixels) {
     uint32_t band[3][256] = {};
-    vek::CountColourBytes(source, pixels, band);
+    CountBand(source, pixels, band);
     for (int channel = 0; channel < 3; ++channel) {
       for (int i = 0; i < 256; ++i) {
         std::atomic_ref<uint32_t>(histograms[channel][i]).fetch_add(band[channel][i], std::memory_order_relaxed);

@@ -17,13 +17,22 @@ ColourTable PlaceTable(const uint8_t (&table)[256]) {
   return placed;
 }
 
+// Two pixels a store. The indices are loaded byte by byte from memory, which leaves the arithmetic
+// units to the lookups; both pixels are read before either is written, so `out` may be `source`.
 void LookUpColourBytes(const uint8_t* source, uint8_t* out, std::size_t pixels, const ColourTable& table) {
   const auto& placed = table.placed;
-  for (std::size_t x = 0; x < pixels; ++x) {
+  auto colours = [&](const uint8_t* pixel) { return placed[0][pixel[0]] | placed[1][pixel[1]] | placed[2][pixel[2]]; };
+  std::size_t x = 0;
+  for (; x + 2 <= pixels; x += 2) {
+    uint64_t pair;
+    std::memcpy(&pair, source + 4 * x, 8);
+    pair = (pair & 0xFF000000FF000000u) | colours(source + 4 * x) | uint64_t(colours(source + 4 * x + 4)) << 32;
+    std::memcpy(out + 4 * x, &pair, 8);
+  }
+  if (x < pixels) {
     uint32_t pixel;
     std::memcpy(&pixel, source + 4 * x, 4);
-    pixel = placed[0][pixel & 0xFF] | placed[1][(pixel >> 8) & 0xFF] | placed[2][(pixel >> 16) & 0xFF] |
-            (pixel & 0xFF000000u);
+    pixel = (pixel & 0xFF000000u) | colours(source + 4 * x);
     std::memcpy(out + 4 * x, &pixel, 4);
   }
 }
@@ -70,6 +79,22 @@ void MirrorRow(const uint8_t* source, uint8_t* out, int pixels) {
 void CountColourBytes(const uint8_t* pixels, std::size_t count, uint32_t (&histograms)[3][256]) {
   for (const uint8_t* end = pixels + 4 * count; pixels != end; pixels += 4) {
     ++histograms[0][pixels[0]], ++histograms[1][pixels[1]], ++histograms[2][pixels[2]];
+  }
+}
+
+void CountColourPairs(const uint8_t* pixels, std::size_t count, uint32_t* pairs, uint32_t (&third)[256]) {
+  for (const uint8_t* end = pixels + 4 * count; pixels != end; pixels += 4) {
+    uint16_t pair;
+    std::memcpy(&pair, pixels, 2);
+    ++pairs[pair], ++third[pixels[2]];
+  }
+}
+
+void SplitPairCounts(const uint32_t* pairs, uint32_t (&first)[256], uint32_t (&second)[256]) {
+  for (int high = 0; high < 256; ++high, pairs += 256) {
+    uint32_t row = 0;
+    for (int low = 0; low < 256; ++low) first[low] += pairs[low], row += pairs[low];
+    second[high] += row;
   }
 }
 

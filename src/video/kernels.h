@@ -42,6 +42,11 @@ void MirrorRow(const uint8_t* source, uint8_t* out, int pixels);
 
 // Histograms of colour bytes 0, 1 and 2, counted on top of what they hold.
 void CountColourBytes(const uint8_t* pixels, std::size_t count, uint32_t (&histograms)[3][256]);
+// The same count with two increments a pixel instead of three: bytes 0 and 1 as one pair into
+// `pairs` (65536 entries, byte 0 | byte 1 << 8), byte 2 into its own histogram, both counted on top
+// of what they hold. SplitPairCounts adds the pairs to the histograms of bytes 0 and 1.
+void CountColourPairs(const uint8_t* pixels, std::size_t count, uint32_t* pairs, uint32_t (&third)[256]);
+void SplitPairCounts(const uint32_t* pairs, uint32_t (&first)[256], uint32_t (&second)[256]);
 
 // A linear stretch of one colour byte: 0 up to `low`, 255 from `high`, trunc((v - low) * scale)
 // between, the product in single precision.
@@ -51,7 +56,9 @@ struct Stretch {
   float scale;
 };
 uint8_t Stretched(const Stretch& stretch, int value);
-// Each colour byte through its channel's stretch, alpha copied.
+// Each colour byte through its channel's stretch, alpha copied. The vector kernel works in 16-bit
+// integer lanes with a multiplier fitted to the single-precision products, so its bytes are
+// Stretched's for every spread from 1 to 255.
 void StretchRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, const Stretch (&channels)[3]);
 
 // The contrast mask: each colour byte o under the inverted grey g = 255 - (c0 + c1 + c2) / 3 of

@@ -2,6 +2,8 @@
 // takes four pixels at a time and leaves the last few to its scalar kernel.
 #include <emmintrin.h>
 
+#include <algorithm>
+
 #include "video/kernels.h"
 
 namespace vek {
@@ -45,28 +47,54 @@ void PosterizeRowArgbSse2(const uint8_t* source, uint8_t* out, std::size_t pixel
   LookUpColourBytes(source + 4 * x, out + 4 * x, pixels - x, table.colours);
 }
 
-// Each pixel in four 32-bit lanes, the stretch taken in single precision step by step as Stretched
-// takes it, so the truncations agree. Bytes at or above `high` are forced to 255 after packing.
+namespace {
+
+// A stretch as integer steps: v - low = d gives d * whole + floor(d * fraction / 65536). The fraction
+// is the least that reproduces every single-precision product inside the spread; one exists for
+// every spread from 1 to 255.
+struct StretchSteps {
+  int whole;
+  uint32_t fraction;
+};
+
+StretchSteps FitSteps(const Stretch& stretch) {
+  StretchSteps steps{int(stretch.scale), 0};
+  for (int d = 1; d < stretch.high - stretch.low; ++d) {
+    const uint32_t rest = uint32_t(Stretched(stretch, stretch.low + d) - d * steps.whole);
+    steps.fraction = std::max(steps.fraction, (rest * 65536u + uint32_t(d) - 1) / uint32_t(d));
+  }
+  return steps;
+}
+
+}  // namespace
+
+// Two pixels in 16-bit lanes. Products beyond the spread may wrap or saturate: the bytes at or above
+// `high` are forced to 255 after packing. The alpha lanes step by 1 from 0 and are forced only at
+// 255, so alpha comes out as it went in.
 void StretchRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, const Stretch (&channels)[3]) {
-  // The alpha lanes compute nothing that is kept: alpha comes from the source.
-  const __m128i low = _mm_setr_epi32(channels[0].low, channels[1].low, channels[2].low, 0);
-  const __m128 scale = _mm_setr_ps(channels[0].scale, channels[1].scale, channels[2].scale, 0.0f);
-  const __m128i high = _mm_set1_epi32(
-      int(uint32_t(channels[0].high) | uint32_t(channels[1].high) << 8 | uint32_t(channels[2].high) << 16));
+  const StretchSteps steps[3] = {FitSteps(channels[0]), FitSteps(channels[1]), FitSteps(channels[2])};
+  auto lanes = [](int c0, int c1, int c2, int alpha) {
+    return _mm_setr_epi16(int16_t(c0), int16_t(c1), int16_t(c2), int16_t(alpha), int16_t(c0), int16_t(c1),
+                          int16_t(c2), int16_t(alpha));
+  };
+  const __m128i low = lanes(channels[0].low, channels[1].low, channels[2].low, 0);
+  const __m128i whole = lanes(steps[0].whole, steps[1].whole, steps[2].whole, 1);
+  const __m128i fraction = lanes(int(steps[0].fraction), int(steps[1].fraction), int(steps[2].fraction), 0);
+  const __m128i high = _mm_set1_epi32(int(uint32_t(channels[0].high) | uint32_t(channels[1].high) << 8 |
+                                          uint32_t(channels[2].high) << 16 | 0xFF000000u));
   const __m128i zero = _mm_setzero_si128();
-  auto stretch = [&](__m128i pixel32) {
-    return _mm_cvttps_epi32(_mm_mul_ps(_mm_cvtepi32_ps(_mm_sub_epi32(pixel32, low)), scale));
+  auto stretch = [&](__m128i bytes16) {
+    const __m128i d = _mm_subs_epu16(bytes16, low);
+    const __m128i below = _mm_srli_epi16(_mm_mulhi_epu16(_mm_slli_epi16(d, 8), fraction), 8);
+    return _mm_add_epi16(_mm_mullo_epi16(d, whole), below);
   };
   std::size_t x = 0;
   for (; x + 4 <= pixels; x += 4) {
     const __m128i px = Load(source + 4 * x);
-    const __m128i low16 = _mm_unpacklo_epi8(px, zero), high16 = _mm_unpackhi_epi8(px, zero);
-    const __m128i first =
-        _mm_packs_epi32(stretch(_mm_unpacklo_epi16(low16, zero)), stretch(_mm_unpackhi_epi16(low16, zero)));
-    const __m128i second =
-        _mm_packs_epi32(stretch(_mm_unpacklo_epi16(high16, zero)), stretch(_mm_unpackhi_epi16(high16, zero)));
+    const __m128i stretched =
+        _mm_packus_epi16(stretch(_mm_unpacklo_epi8(px, zero)), stretch(_mm_unpackhi_epi8(px, zero)));
     const __m128i atTop = _mm_cmpeq_epi8(_mm_max_epu8(px, high), px);
-    Store(out + 4 * x, WithAlphaOf(px, _mm_or_si128(_mm_packus_epi16(first, second), atTop)));
+    Store(out + 4 * x, _mm_or_si128(stretched, atTop));
   }
   for (; x < pixels; ++x) {
     for (int c = 0; c < 3; ++c) out[4 * x + c] = Stretched(channels[c], source[4 * x + c]);
