@@ -6,6 +6,7 @@
 #include <string>
 
 #include "effect_run.h"
+#include "video/kernels.h"
 
 namespace {
 
@@ -111,6 +112,44 @@ TEST(Stretches, TablesFollowTheCutPointsOfTheHistograms) {
         ASSERT_EQ(levels.bytes[i], alpha ? in : tables[i % 4][in]) << black << "/" << white << " byte " << i;
         ASSERT_EQ(contrast.bytes[i], alpha ? in : tables[3][in]) << black << "/" << white << " byte " << i;
       }
+    }
+  }
+}
+
+// The vector stretch fits a 16-bit multiplier to each spread; every spread, at every input byte,
+// in every channel slot, must give the single-precision bytes. 259 pixels leave a scalar tail.
+TEST(Stretches, VectorKernelGivesTheSinglePrecisionBytesForEverySpread) {
+  constexpr int kPixels = 259;
+  std::array<uint8_t, 4 * kPixels> source, out;
+  for (int i = 0; i < kPixels; ++i) {
+    const uint8_t pixel[4] = {uint8_t(i), uint8_t(255 - i), uint8_t(i * 7), uint8_t(i ^ 0x5a)};
+    std::memcpy(&source[4 * i], pixel, 4);
+  }
+  for (int low = 0; low < 255; ++low) {
+    for (int high = low + 1; high <= 255; ++high) {
+      const vek::Stretch stretch{low, high, 255.0f / float(high - low)};
+      const vek::Stretch mirrored{255 - high, 255 - low, stretch.scale};
+      const vek::Stretch channels[3] = {stretch, mirrored, stretch};
+      vek::StretchRowSse2(source.data(), out.data(), kPixels, channels);
+      for (std::size_t i = 0; i < out.size(); ++i) {
+        const uint8_t want = i % 4 == 3 ? source[i] : vek::Stretched(channels[i % 4], source[i]);
+        ASSERT_EQ(out[i], want) << "low " << low << " high " << high << " byte " << i;
+      }
+    }
+  }
+}
+
+// One worker's band is large enough to count bytes 0 and 1 as pairs, two and five workers' bands
+// count them byte by byte: the histograms, and so the bytes, must agree.
+TEST(AutoCorrections, LargeFramesGiveTheSameBytesForAnyWorkerCount) {
+  Frame source = Frame::Random(640, 480, 9);
+  for (uint8_t& byte : source.bytes) byte = uint8_t(40 + byte * 150 / 255);
+  for (const char* id : {"DSP_VI_AutoLevels", "DSP_VI_AutoContrast", "DSP_VI_Equalize"}) {
+    const Frame one = EffectRun(id).Render(source, {.renderHint = 3, .workers = 1});
+    EXPECT_NE(one.bytes, source.bytes) << id;
+    for (int workers : {2, 5}) {
+      EXPECT_EQ(EffectRun(id).Render(source, {.renderHint = 3, .workers = workers}).bytes, one.bytes)
+          << id << ", " << workers << " workers";
     }
   }
 }
