@@ -1,6 +1,7 @@
-// The flip transitions at 1920x1080 with one and two workers, beside memcpy of one frame, and the
-// renderer's stages apart: the supersampled drawing of the slab (set-up, 2 x 2 background, fill,
-// reduction) and the same fill drawn straight into a frame of twice the size (set-up and fill).
+// The flip transitions at 1920x1080, every motion, with one and two workers, beside memcpy of one
+// frame, and the renderer's stages apart: the supersampled drawing of the slab (set-up, 2 x 2
+// background, fill, reduction) and the same fill drawn straight into a frame of twice the size
+// (set-up, background and fill).
 #include <cstring>
 #include <string>
 #include <vector>
@@ -52,7 +53,7 @@ void DrawSlab(benchmark::State& state, Size size, bool supersample, float p, int
   SlabScene slab(size, supersample, p, workers);
   if (!slab.ok) state.SkipWithError("the scene could not be set up");
   for (auto _ : state) {
-    slab.scene.Draw();
+    slab.scene.Draw(0);
     benchmark::ClobberMemory();
   }
 }
@@ -63,16 +64,26 @@ void DrawSlab(benchmark::State& state, Size size, bool supersample, float p, int
   auto add = [&](const std::string& name, EffectSetup setup) {
     RegisterAgainst(name, copy, [setup](benchmark::State& s) { RenderEffect(s, setup); });
   };
-  for (const char* progress : {"0.3", "0.7"}) {
-    for (int workers : {1, 2}) {
-      const float p = std::stof(progress);
-      add(Name({"Flip/up/p", progress, "/workers", std::to_string(workers)}),
-          {"DSP_TR_3DFlip", size, 3, 0, workers, Values(p, 0)});
-      add(Name({"FlipTwo/FullFlip/p", progress, "/workers", std::to_string(workers)}),
-          {"DSP_TR_3DFlipTwo", size, 3, 0, workers, Values(p, 0)});
+  struct Motion {
+    const char* name;
+    const char* effect;
+    int32_t choice;
+  };
+  const Motion motions[] = {{"Flip/up", "DSP_TR_3DFlip", 0},
+                            {"Flip/down", "DSP_TR_3DFlip", 1},
+                            {"Flip/left", "DSP_TR_3DFlip", 2},
+                            {"Flip/right", "DSP_TR_3DFlip", 3},
+                            {"FlipTwo/FullFlip", "DSP_TR_3DFlipTwo", 0},
+                            {"FlipTwo/Handspring", "DSP_TR_3DFlipTwo", 1},
+                            {"FlipTwo/HeadTail", "DSP_TR_3DFlipTwo", 2}};
+  for (const Motion& motion : motions) {
+    for (const char* progress : {"0.3", "0.7"}) {
+      for (int workers : {1, 2}) {
+        add(Name({motion.name, "/p", progress, "/workers", std::to_string(workers)}),
+            {motion.effect, size, 3, 0, workers, Values(std::stof(progress), motion.choice)});
+      }
     }
   }
-  add("FlipTwo/HeadTail/p0.3/workers1", {"DSP_TR_3DFlipTwo", size, 3, 0, 1, Values(0.3f, 2)});
   for (int workers : {1, 2}) {
     const std::string suffix = Name({"/p0.3/workers", std::to_string(workers)});
     RegisterAgainst(Name({"SlabStages/supersampled", suffix}), copy,

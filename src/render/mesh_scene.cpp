@@ -106,17 +106,10 @@ void Mesh::MapImage(MeshFace face, const float corners[8]) noexcept {
 
 namespace {
 
-// Pixels x0..x1 of one row, each repeated 2 x 2 into two rows of the drawing image.
-void Upsample(const uint32_t* in, uint32_t* row0, int drawWidth, int x0, int x1) {
-  uint32_t* row1 = row0 + drawWidth;
-  int x = x0;
-  for (; x + 2 <= x1; x += 2) {
-    const __m128i pair = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(in + x));
-    const __m128i doubled = _mm_unpacklo_epi32(pair, pair);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(row0 + 2 * x), doubled);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(row1 + 2 * x), doubled);
-  }
-  for (; x < x1; ++x) row0[2 * x] = row0[2 * x + 1] = row1[2 * x] = row1[2 * x + 1] = in[x];
+// Blocks x0..x1-1 of a pair of rows of the drawing image, 2 x 2 pixels each, set to one pixel.
+void FillBlocks(uint32_t* row0, int drawWidth, int x0, int x1, uint32_t pixel) {
+  std::fill(row0 + 2 * x0, row0 + 2 * x1, pixel);
+  std::fill(row0 + drawWidth + 2 * x0, row0 + drawWidth + 2 * x1, pixel);
 }
 
 // Each 2 x 2 block of two rows averaged into one pixel: (a + b + c + d + 2) / 4 for every byte.
@@ -145,24 +138,30 @@ void Reduce(const uint32_t* row0, int drawWidth, uint32_t* out, int x0, int x1) 
 }
 
 // The two passes around the drawing of each run of rows of the drawing image, over the columns its
-// fills touch in each pair of rows.
+// fills touch in each pair of rows. The run's rows are in `image`, its first row first; the
+// target's pixels that no fill touches get the background.
 struct Passes {
   using RowCoverage = RasterizerGen::RowCoverage;
   uint32_t* target;
-  uint32_t* image;
   int width;
+  uint32_t background;
 
-  // Output columns x0..x1-1 of row pair (row, row + 1) of the drawing image: their pixels in the
-  // target and the pair's first row.
+  // The target's row under row pair (row, row + 1) of the drawing image.
   uint32_t* Out(int row) const { return target + std::size_t(row / 2) * width; }
-  uint32_t* Image(int row) const { return image + std::size_t(row) * 2 * width; }
 
-  static void Before(void* context, int y0, int y1, const RowCoverage* rows) {
+  static void Before(void* context, int y0, int y1, const RowCoverage* rows, uint32_t* image) {
     const Passes& p = *static_cast<const Passes*>(context);
     for (int y = y0; y + 1 < y1; y += 2) {
       const RowCoverage &top = rows[y - y0], &bottom = rows[y - y0 + 1];
       const int from = std::min(top.from, bottom.from), to = std::max(top.to, bottom.to);
-      if (from > to) continue;
+      uint32_t* out = p.Out(y);
+      if (from > to) {
+        std::fill(out, out + p.width, p.background);
+        continue;
+      }
+      std::fill(out, out + from / 2, p.background);
+      std::fill(out + to / 2 + 1, out + p.width, p.background);
+      uint32_t* pair = image + std::size_t(y - y0) * 2 * p.width;
       // Blocks whose four pixels the fills overwrite need no background: only the others get it.
       int x = from / 2;
       if (top.solidCount >= 0 && bottom.solidCount >= 0) {
@@ -171,21 +170,21 @@ struct Passes {
                     b = std::min(top.solidTo[i], bottom.solidTo[j]);
           const int firstBlock = (a + 1) / 2, lastBlock = (b + 1) / 2 - 1;
           if (firstBlock <= lastBlock) {
-            if (firstBlock > x) Upsample(p.Out(y), p.Image(y), 2 * p.width, x, firstBlock);
+            if (firstBlock > x) FillBlocks(pair, 2 * p.width, x, firstBlock, p.background);
             x = std::max(x, lastBlock + 1);
           }
           (top.solidTo[i] < bottom.solidTo[j] ? i : j)++;
         }
       }
-      if (x <= to / 2) Upsample(p.Out(y), p.Image(y), 2 * p.width, x, to / 2 + 1);
+      if (x <= to / 2) FillBlocks(pair, 2 * p.width, x, to / 2 + 1, p.background);
     }
   }
-  static void After(void* context, int y0, int y1, const RowCoverage* rows) {
+  static void After(void* context, int y0, int y1, const RowCoverage* rows, const uint32_t* image) {
     const Passes& p = *static_cast<const Passes*>(context);
     for (int y = y0; y + 1 < y1; y += 2) {
       const int from = std::min(rows[y - y0].from, rows[y - y0 + 1].from);
       const int to = std::max(rows[y - y0].to, rows[y - y0 + 1].to);
-      if (from <= to) Reduce(p.Image(y), 2 * p.width, p.Out(y), from / 2, to / 2 + 1);
+      if (from <= to) Reduce(image + std::size_t(y - y0) * 2 * p.width, 2 * p.width, p.Out(y), from / 2, to / 2 + 1);
     }
   }
 };
@@ -206,10 +205,9 @@ void MeshScene::ReleaseContent() noexcept {
   objectCount_ = 0;
   delete context_;
   context_ = nullptr;
-  std::free(intermediate_);
   std::free(world_);
   std::free(drawList_);
-  intermediate_ = nullptr, world_ = nullptr, drawList_ = nullptr, target_ = nullptr;
+  world_ = nullptr, drawList_ = nullptr, target_ = nullptr;
   capacityVertices_ = capacityTriangles_ = 0;
   width_ = height_ = 0;
 }
@@ -228,14 +226,7 @@ bool MeshScene::Size(int width, int height, bool supersample) noexcept {
   }
   SGLGen& gl = *context_;
   gl.Viewport(0, 0, width * scale, height * scale);
-  std::free(intermediate_);
-  intermediate_ = nullptr;
   if (gl.GetError() != kSglNoError) return false;
-  if (supersample) {
-    intermediate_ = static_cast<uint32_t*>(std::malloc(std::size_t(width) * height * 4 * sizeof(uint32_t)));
-    if (!intermediate_) return false;
-    gl.SetColorBuffer(intermediate_);
-  }
   gl.Enable(kSglTexture2D);
   gl.Enable(kSglCullFace);
   gl.SetFrontFace(kSglClockwise);
@@ -423,8 +414,8 @@ void MeshScene::Submit() noexcept {
   if (open) gl.End();
 }
 
-bool MeshScene::Draw() noexcept {
-  if (!context_ || !target_ || width_ == 0 || (supersample_ && !intermediate_)) return false;
+bool MeshScene::Draw(uint32_t background) noexcept {
+  if (!context_ || !target_ || width_ == 0) return false;
   // Every vertex by its object's matrix; depth is not negated here, so farther is more negative.
   int vertex = 0, items = 0;
   for (int k = 0; k < objectCount_; ++k) {
@@ -459,19 +450,22 @@ bool MeshScene::Draw() noexcept {
   UploadImages();
   SetCamera();
   if (!supersample_) {
+    ParallelRows(workers_, height_, [&](int y0, int y1) {
+      std::fill(target_ + std::size_t(y0) * width_, target_ + std::size_t(y1) * width_, background);
+    });
     Submit();
     return context_->GetError() == kSglNoError;
   }
-  // The fills wait until all are set up, then are drawn run by run of rows: first the target's
-  // pixels under them, each repeated 2 x 2, become their background; after drawing, each 2 x 2
-  // block is averaged back into one pixel. Where nothing is drawn the target stays as it was.
+  // The fills wait until all are set up, then are drawn run by run of rows over the background;
+  // after drawing, each 2 x 2 block is averaged back into one pixel, which leaves the background
+  // as it is. Where nothing is drawn the target gets the background straight away.
   RasterizerGen& raster = context_->Rasterizer();
   raster.Hold(true);
   Submit();
   raster.Hold(false);
-  Passes passes{target_, intermediate_, width_};
-  raster.ExecuteInRuns(kRunRows, {&passes, &Passes::Before, &Passes::After});
-  return context_->GetError() == kSglNoError;
+  Passes passes{target_, width_, background};
+  return raster.ExecuteInRuns(kRunRows, {&passes, &Passes::Before, &Passes::After}) &&
+         context_->GetError() == kSglNoError;
 }
 
 }  // namespace vek::render

@@ -1,8 +1,8 @@
 // MeshScene: objects made of textured triangle meshes, each with its own transform, drawn through
 // an SGL context farthest triangle first. The camera looks down -z at the picture plane z = 0,
 // which it shows exactly: x from -2 to 2 across the frame, y from -2 / aspect to 2 / aspect.
-// With supersampling the scene draws into an image twice the frame in each direction and reduces
-// it with a 2 x 2 box filter, which leaves flat areas exactly as they were.
+// With supersampling the scene draws an image twice the frame in each direction, a run of rows at
+// a time, and reduces it with a 2 x 2 box filter, which leaves flat areas exactly as they were.
 #pragma once
 
 #include <cstdint>
@@ -73,7 +73,7 @@ class MeshScene {
   MeshScene& operator=(const MeshScene&) = delete;
 
   // Sizes the scene for width x height frames: makes the context on first use, sets its viewport
-  // (twice the frame with supersampling, with the intermediate image) and its render state.
+  // (twice the frame in each direction with supersampling) and its render state.
   // False when the context reports an error or memory runs out.
   bool Size(int width, int height, bool supersample) noexcept;
   int Width() const noexcept { return width_; }
@@ -86,7 +86,7 @@ class MeshScene {
   bool BindImages(int object, const uint8_t* front, const uint8_t* back, int width, int height) noexcept;
   // New texture coordinates for one face of an object's mesh (see Mesh::MapImage).
   void MapImage(int object, MeshFace face, const float corners[8]) noexcept;
-  // The frame the scene draws into (width x height pixels); its content is the background.
+  // The frame the scene draws into (width x height pixels).
   bool SetRenderTarget(uint8_t* target) noexcept;
   // 1: frames are AYUV.
   void SetPixelFormat(int32_t flag) noexcept;
@@ -96,8 +96,9 @@ class MeshScene {
   void Translate(int object, float x, float y, float z) noexcept;
   void Rotate(int object, float radians, float x, float y, float z) noexcept;
 
-  // Transforms every vertex, sorts all triangles by depth and draws them over the target.
-  bool Draw() noexcept;
+  // Transforms every vertex, sorts all triangles by depth and draws them over a background of one
+  // pixel value, writing every pixel of the target.
+  bool Draw(uint32_t background) noexcept;
 
   // Frees the objects and the context; the scene can be sized again.
   void ReleaseContent() noexcept;
@@ -139,7 +140,6 @@ class MeshScene {
   int width_ = 0, height_ = 0;
   bool supersample_ = false;
   SGLGen* context_ = nullptr;
-  uint32_t* intermediate_ = nullptr;
   uint32_t* target_ = nullptr;
 
   Object* objects_[kMaxObjects] = {};

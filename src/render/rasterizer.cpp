@@ -96,6 +96,15 @@ inline int32_t FloorToInt(float v) {
   return i - (float(i) > v);
 }
 
+// FloorToInt on four lanes.
+inline __m128i FloorToInt4(__m128 v) {
+  const __m128 limit = _mm_set1_ps(float(1 << 29));
+  // max takes its second operand when the first is not a number.
+  v = _mm_min_ps(_mm_max_ps(v, _mm_sub_ps(_mm_setzero_ps(), limit)), limit);
+  const __m128i i = _mm_cvttps_epi32(v);
+  return _mm_add_epi32(i, _mm_castps_si128(_mm_cmpgt_ps(_mm_cvtepi32_ps(i), v)));
+}
+
 // 0..255 lit intensity to the 0..256 factor that multiplies a byte (255 becomes 256, exact).
 inline int32_t LightFactor(float lit) {
   const int32_t factor = FloorToInt(lit * (256.0f / 255.0f) + 0.5f);
@@ -217,63 +226,98 @@ inline uint32_t Sample(const TextureRecord& texture, int32_t u, int32_t v) {
   }
 }
 
+// (a (256 - f) + b f) >> 8 in 16-bit lanes: the blend of Lerp2, exact for bytes a and b.
+inline __m128i LerpLanes(__m128i a, __m128i b, __m128i f) {
+  return _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(a, _mm_sub_epi16(_mm_set1_epi16(256), f)), _mm_mullo_epi16(b, f)),
+                        8);
+}
+
+// Modulate's lighting of pixels in 16-bit lanes.
+inline __m128i LightLanes(__m128i c, const LaneLight& light) {
+  return _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(c, light.factor), light.dark), 8);
+}
+
 // A bilinear texel whose four texels lie inside the texture, in 16-bit lanes 0..3: the same
 // integer blends as Sample, rows first, then columns.
 inline __m128i SampleInside(const uint32_t* topLeft, std::size_t stride, uint32_t fx, uint32_t fy) {
   const __m128i zero = _mm_setzero_si128();
   const __m128i top = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft)), zero);
   const __m128i bottom = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft + stride)), zero);
-  const __m128i column = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(top, _mm_set1_epi16(int16_t(256 - fy))),
-                                                      _mm_mullo_epi16(bottom, _mm_set1_epi16(int16_t(fy)))),
-                                        8);
-  const __m128i right = _mm_unpackhi_epi64(column, column);
-  return _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(column, _mm_set1_epi16(int16_t(256 - fx))),
-                                      _mm_mullo_epi16(right, _mm_set1_epi16(int16_t(fx)))),
-                        8);
+  const __m128i column = LerpLanes(top, bottom, _mm_set1_epi16(int16_t(fy)));
+  return LerpLanes(column, _mm_unpackhi_epi64(column, column), _mm_set1_epi16(int16_t(fx)));
 }
+
+// RunInside forms texel offsets with 16-bit multiply-adds: textures up to this many texels across
+// and down.
+constexpr int32_t kMaxRunInsideSize = 32767;
 
 // How many pixels ahead RunInside prefetches texels.
 constexpr int kPrefetch = 16;
 
-// Bilinear texels inside the texture for a run of pixels with stepped coordinates, two at a time:
-// the common case of a picture on a face under one light, with no depth test and no blending.
-// The blends are those of SampleInside.
+// Bilinear texels inside the texture for a run of pixels with stepped coordinates: the common case
+// of a picture on a face under one light, with no depth test and no blending. Four pixels at a
+// time, their coordinates, weights and texel offsets in the lanes of a vector; the blends are
+// those of SampleInside.
 template <bool Lit>
 void RunInside(uint32_t* out, int count, int32_t u, int32_t v, int32_t du, int32_t dv, const uint32_t* pixels,
                std::size_t stride, const LaneLight& light) {
-  const __m128i zero = _mm_setzero_si128(), full = _mm_set1_epi16(256);
-  auto column = [&](int32_t uu, int32_t vv) {
-    const uint32_t* topLeft = pixels + std::size_t(TexelOf(vv)) * stride + std::size_t(TexelOf(uu));
-    const __m128i top = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft)), zero);
-    const __m128i bottom = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft + stride)), zero);
-    const __m128i fy = _mm_set1_epi16(int16_t(WeightOf(vv)));
-    return _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(top, _mm_sub_epi16(full, fy)), _mm_mullo_epi16(bottom, fy)), 8);
+  const __m128i zero = _mm_setzero_si128(), weightMask = _mm_set1_epi32(255);
+  // A lane holding column c in its low and row r in its high 16 bits multiply-adds to r stride + c.
+  const __m128i offsetFactors = _mm_set1_epi32(int32_t(uint32_t(stride) << 16 | 1u));
+  const __m128i stepU = _mm_set1_epi32(4 * du), stepV = _mm_set1_epi32(4 * dv);
+  __m128i us = _mm_setr_epi32(u, u + du, u + 2 * du, u + 3 * du);
+  __m128i vs = _mm_setr_epi32(v, v + dv, v + 2 * dv, v + 3 * dv);
+  const __m128i reachU = _mm_set1_epi32(kPrefetch * du), reachV = _mm_set1_epi32(kPrefetch * dv);
+  // Texel offsets r stride + c from coordinates.
+  auto offsetsOf = [&](__m128i uu, __m128i vv) {
+    const __m128i columns = _mm_srli_epi32(uu, kTexelBits), rows = _mm_srli_epi32(vv, kTexelBits);
+    return _mm_madd_epi16(_mm_or_si128(columns, _mm_slli_epi32(rows, 16)), offsetFactors);
   };
+  // Texels of two pixels at offsets from a row: the pair of one pixel, then that of the other.
+  auto pairs = [](const uint32_t* row, uint32_t first, uint32_t second) {
+    return _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + first)),
+                              _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + second)));
+  };
+  // Two pixels from their texel pairs (left, right of one pixel, then of the other) and weights
+  // (one pixel's in lanes 0..3, the other's in 4..7).
+  auto twoPixels = [&](__m128i top, __m128i bottom, __m128i fx, __m128i fy) {
+    top = _mm_shuffle_epi32(top, _MM_SHUFFLE(3, 1, 2, 0));  // both left texels, then both right
+    bottom = _mm_shuffle_epi32(bottom, _MM_SHUFFLE(3, 1, 2, 0));
+    const __m128i left = LerpLanes(_mm_unpacklo_epi8(top, zero), _mm_unpacklo_epi8(bottom, zero), fy);
+    const __m128i right = LerpLanes(_mm_unpackhi_epi8(top, zero), _mm_unpackhi_epi8(bottom, zero), fy);
+    const __m128i c = LerpLanes(left, right, fx);
+    return Lit ? LightLanes(c, light) : c;
+  };
+  const uint32_t* below = pixels + stride;
   int k = 0;
-  for (; k + 2 <= count; k += 2) {
-    const int32_t u1 = u + du, v1 = v + dv;
-    // Texels a few pixels ahead are asked for early: a picture turned on the screen is walked
-    // across its rows, a new row (and page) every pixel or two. Only an address is formed; the
-    // prefetch may point past the run without touching memory.
-    const uintptr_t ahead =
-        reinterpret_cast<uintptr_t>(pixels) +
-        (uintptr_t(intptr_t(TexelOf(v + kPrefetch * dv))) * stride + uintptr_t(intptr_t(TexelOf(u + kPrefetch * du)))) *
-            sizeof(uint32_t);
-    _mm_prefetch(reinterpret_cast<const char*>(ahead), _MM_HINT_T0);
-    _mm_prefetch(reinterpret_cast<const char*>(ahead + stride * sizeof(uint32_t)), _MM_HINT_T0);
-    const __m128i first = column(u, v), second = column(u1, v1);
-    const __m128i left = _mm_unpacklo_epi64(first, second), right = _mm_unpackhi_epi64(first, second);
-    const __m128i fx = _mm_unpacklo_epi64(_mm_set1_epi16(int16_t(WeightOf(u))), _mm_set1_epi16(int16_t(WeightOf(u1))));
-    __m128i c =
-        _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(left, _mm_sub_epi16(full, fx)), _mm_mullo_epi16(right, fx)), 8);
-    if constexpr (Lit) c = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(c, light.factor), light.dark), 8);
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k), _mm_packus_epi16(c, c));
-    u = u1 + du, v = v1 + dv;
+  for (; k + 4 <= count; k += 4) {
+    // The texels of every pixel a few pixels ahead are asked for early: a picture turned on the
+    // screen is walked across its rows, a new row (and page) every pixel or two. Only addresses
+    // are formed; a prefetch may point past the texture without touching memory.
+    alignas(16) uint32_t ahead[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(ahead), offsetsOf(_mm_add_epi32(us, reachU), _mm_add_epi32(vs, reachV)));
+    for (const uint32_t lane : ahead) {
+      const uintptr_t offset = uintptr_t(lane) * sizeof(uint32_t);
+      _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(pixels) + offset), _MM_HINT_T0);
+      _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(below) + offset), _MM_HINT_T0);
+    }
+    alignas(16) uint32_t offset[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(offset), offsetsOf(us, vs));
+    // Weights in 16-bit lanes, fx of the four pixels, then fy; each repeated for a pixel's lanes.
+    const __m128i weights = _mm_packs_epi32(_mm_and_si128(_mm_srli_epi32(us, kWeightShift), weightMask),
+                                            _mm_and_si128(_mm_srli_epi32(vs, kWeightShift), weightMask));
+    const __m128i fx = _mm_unpacklo_epi16(weights, weights), fy = _mm_unpackhi_epi16(weights, weights);
+    const __m128i first = twoPixels(pairs(pixels, offset[0], offset[1]), pairs(below, offset[0], offset[1]),
+                                    _mm_unpacklo_epi32(fx, fx), _mm_unpacklo_epi32(fy, fy));
+    const __m128i second = twoPixels(pairs(pixels, offset[2], offset[3]), pairs(below, offset[2], offset[3]),
+                                     _mm_unpackhi_epi32(fx, fx), _mm_unpackhi_epi32(fy, fy));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k), _mm_packus_epi16(first, second));
+    us = _mm_add_epi32(us, stepU), vs = _mm_add_epi32(vs, stepV);
   }
-  if (k < count) {
+  for (u += k * du, v += k * dv; k < count; ++k, u += du, v += dv) {
     __m128i c = SampleInside(pixels + std::size_t(TexelOf(v)) * stride + std::size_t(TexelOf(u)), stride, WeightOf(u),
                              WeightOf(v));
-    if constexpr (Lit) c = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(c, light.factor), light.dark), 8);
+    if constexpr (Lit) c = LightLanes(c, light);
     out[k] = uint32_t(_mm_cvtsi128_si32(_mm_packus_epi16(c, c)));
   }
 }
@@ -287,7 +331,7 @@ constexpr int kRun = 1 << kRunShift;
 // pixel's offset within the span alone, so bands of any size give the same bytes.
 template <int K, bool Ayuv, bool Flat>
 void Span(const Prepared& tri, const Target& target, int row, int first, int last) {
-  uint32_t* out = target.colour + std::size_t(row) * std::size_t(target.width) + first;
+  uint32_t* out = target.colour + std::size_t(row - target.firstRow) * std::size_t(target.width) + first;
   float* depth =
       target.depth && tri.depthTest ? target.depth + std::size_t(row) * std::size_t(target.width) + first : nullptr;
   const float dy = float(row) + 0.5f - tri.oy, dx = float(first) + 0.5f - tri.ox;
@@ -300,10 +344,18 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
   const TextureRecord* texture = tri.texture;
   const LaneLight lanes = MakeLaneLight<Ayuv>(tri.light);
   const bool modulate = !Flat || tri.modulate;
-  auto coordinates = [&](int k, int32_t& u, int32_t& v) {
-    const float w = 1.0f / (q0 + tri.q.dx * float(k));
-    u = FloorToInt((s0 + tri.s.dx * float(k)) * w) - bias;
-    v = FloorToInt((t0 + tri.t.dx * float(k)) * w) - bias;
+  // Exact coordinates of the pixels at offsets k[0..3], one division for the four.
+  auto coordinates = [&](__m128i k, int32_t* u, int32_t* v) {
+    const __m128 at = _mm_cvtepi32_ps(k);
+    auto plane = [at](float start, float step) {
+      return _mm_add_ps(_mm_set1_ps(start), _mm_mul_ps(_mm_set1_ps(step), at));
+    };
+    const __m128 w = _mm_div_ps(_mm_set1_ps(1.0f), plane(q0, tri.q.dx));
+    const __m128i texelBias = _mm_set1_epi32(bias);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(u),
+                     _mm_sub_epi32(FloorToInt4(_mm_mul_ps(plane(s0, tri.s.dx), w)), texelBias));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(v),
+                     _mm_sub_epi32(FloorToInt4(_mm_mul_ps(plane(t0, tri.t.dx), w)), texelBias));
   };
   if constexpr (K == kPlain && Flat) {
     if (!depth && !blend) {
@@ -334,10 +386,7 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
         const std::size_t stride = std::size_t(texture->width);
         const uint32_t* topLeft = texture->pixels + std::size_t(TexelOf(v)) * stride + std::size_t(TexelOf(u));
         __m128i c = SampleInside(topLeft, stride, WeightOf(u), WeightOf(v));
-        if (modulate) {
-          const LaneLight pixelLanes = Flat ? lanes : MakeLaneLight<Ayuv>(light);
-          c = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(c, pixelLanes.factor), pixelLanes.dark), 8);
-        }
+        if (modulate) c = LightLanes(c, Flat ? lanes : MakeLaneLight<Ayuv>(light));
         pixel = uint32_t(_mm_cvtsi128_si32(_mm_packus_epi16(c, c)));
       } else {
         pixel = Sample<K>(*texture, u, v);
@@ -347,28 +396,41 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
     }
   };
   // A run of kRun pixels with a pixel after it steps over kRun intervals to that pixel, whose
-  // exact coordinates start the next run; a last, shorter run steps to its own last pixel.
+  // exact coordinates start the next run; a last, shorter run steps to its own last pixel. The
+  // pixels where runs end are taken four runs at a time: pixel 0 and the ends of runs 0..2 first,
+  // then those of the next four runs.
+  alignas(16) int32_t endU[4], endV[4];
+  int endsHeld = 0;  // endU[i] holds where run endsHeld + i ends (run -1 "ends" at pixel 0)
+  const auto endOfRun = [count](int r) { return std::min((r + 1) * kRun, count - 1); };
   int32_t nextU = 0, nextV = 0;
-  if constexpr (K != kPlain) coordinates(0, nextU, nextV);
+  if constexpr (K != kPlain) {
+    coordinates(_mm_setr_epi32(0, endOfRun(0), endOfRun(1), endOfRun(2)), endU, endV);
+    nextU = endU[0], nextV = endV[0];
+    endsHeld = -1;
+  }
   for (int run = 0; run < count; run += kRun) {
     const int end = std::min(run + kRun, count) - 1;
     int32_t u = nextU, v = nextV, du = 0, dv = 0;
     bool inside = false;
     if constexpr (K != kPlain) {
+      const int r = run >> kRunShift;
+      if (end > run && r - endsHeld > 3) {
+        coordinates(_mm_setr_epi32(endOfRun(r), endOfRun(r + 1), endOfRun(r + 2), endOfRun(r + 3)), endU, endV);
+        endsHeld = r;
+      }
       if (run + kRun < count) {
-        coordinates(run + kRun, nextU, nextV);
+        nextU = endU[r - endsHeld], nextV = endV[r - endsHeld];
         du = (nextU - u) >> kRunShift, dv = (nextV - v) >> kRunShift;
       } else if (end > run) {
-        int32_t uEnd, vEnd;
-        coordinates(end, uEnd, vEnd);
-        du = (uEnd - u) / (end - run), dv = (vEnd - v) / (end - run);
+        du = (endU[r - endsHeld] - u) / (end - run), dv = (endV[r - endsHeld] - v) / (end - run);
       }
       // Stepping is linear, so the run's texels lie between those of its ends.
       const int32_t uLast = u + du * (end - run), vLast = v + dv * (end - run);
       const int32_t reach = K == kNearest ? 1 : 2;
       inside = std::min(u, uLast) >= 0 && TexelOf(std::max(u, uLast)) + reach <= texture->width &&
                std::min(v, vLast) >= 0 && TexelOf(std::max(v, vLast)) + reach <= texture->height;
-      if (K != kNearest && Flat && !depth && !blend) {
+      if (K != kNearest && Flat && !depth && !blend && texture->width <= kMaxRunInsideSize &&
+          texture->height <= kMaxRunInsideSize) {
         // The pixels whose texels all lie inside form one stretch of the run, stepping being
         // linear; the few at its ends that reach past an edge (the picture's last column and row)
         // are sampled one by one.
@@ -432,6 +494,7 @@ RasterizerGen::RasterizerGen() noexcept = default;
 RasterizerGen::~RasterizerGen() {
   std::free(depth_);
   std::free(queue_);
+  std::free(runImages_);
 }
 
 void RasterizerGen::Init(float perspective, float width, float height, float top, float bottom, float left, float right,
@@ -784,12 +847,13 @@ void RasterizerGen::DrawRows(const Target& target, int y0, int y1) const noexcep
   }
 }
 
-// The queued fills in runs of `rows` rows counted from row 0, only those runs that a fill touches:
-// run(target, y0, y1) for each. The runs are split among the workers; every pixel gets the same
-// fills in the same order whatever the split.
+// The queued fills in runs of `rows` rows counted from row 0, either every run of the image or only
+// those that a fill touches: run(target, y0, y1, worker) for each. The workers share the touched
+// runs in order, the first and the last worker taking also those above and below; every pixel
+// gets the same fills in the same order whatever the split.
 template <class RunFn>
-void RasterizerGen::ForEachRun(int rows, RunFn&& run) noexcept {
-  if (!colour_ || queued_ == 0) {
+void RasterizerGen::ForEachRun(int rows, bool wholeImage, RunFn&& run) noexcept {
+  if (!colour_ || (queued_ == 0 && !wholeImage)) {
     queued_ = 0;
     return;
   }
@@ -799,31 +863,49 @@ void RasterizerGen::ForEachRun(int rows, RunFn&& run) noexcept {
     anyDepth |= queue_[k].depthTest;
     top = std::min(top, queue_[k].y0), bottom = std::max(bottom, queue_[k].y1);
   }
-  const Target target{colour_, anyDepth ? DepthBuffer() : nullptr, width_};
-  const int first = top / rows * rows, runs = (bottom - first) / rows + 1;
-  ParallelRows(workers_, runs, [&](int run0, int run1) {
-    for (int r = run0; r < run1; ++r) run(target, first + r * rows, std::min(first + (r + 1) * rows, height_));
+  if (top > bottom) top = 0, bottom = height_ - 1;
+  const Target target{colour_, anyDepth ? DepthBuffer() : nullptr, width_, 0};
+  const int firstRun = top / rows, touched = bottom / rows - firstRun + 1, allRuns = (height_ + rows - 1) / rows;
+  const int workers = std::max(1, std::min(workers_, touched));
+  ParallelRows(workers, workers, [&](int worker0, int worker1) {
+    for (int worker = worker0; worker < worker1; ++worker) {
+      int run0 = firstRun + int(int64_t(worker) * touched / workers);
+      int run1 = firstRun + int(int64_t(worker + 1) * touched / workers);
+      if (wholeImage && worker == 0) run0 = 0;
+      if (wholeImage && worker == workers - 1) run1 = allRuns;
+      for (int r = run0; r < run1; ++r) run(target, r * rows, std::min((r + 1) * rows, height_), worker);
+    }
   });
   queued_ = 0;
 }
 
 void RasterizerGen::Execute() noexcept {
   if (holding_) return;
-  ForEachRun(kMaxRunRows, [this](const Target& target, int y0, int y1) { DrawRows(target, y0, y1); });
+  ForEachRun(kMaxRunRows, false, [this](const Target& target, int y0, int y1, int) { DrawRows(target, y0, y1); });
 }
 
-void RasterizerGen::ExecuteInRuns(int rows, const RunHooks& hooks) noexcept {
+bool RasterizerGen::ExecuteInRuns(int rows, const RunHooks& hooks) noexcept {
   rows = std::max(2, std::min(kMaxRunRows, rows & ~1));
-  ForEachRun(rows, [&](const Target& target, int y0, int y1) {
+  const std::size_t perWorker = std::size_t(rows) * std::size_t(width_);
+  const std::size_t pixels = perWorker * std::size_t(std::max(1, workers_));
+  if (runImagePixels_ < pixels) {
+    std::free(runImages_);
+    runImages_ = static_cast<uint32_t*>(std::malloc(pixels * sizeof(uint32_t)));
+    runImagePixels_ = runImages_ ? pixels : 0;
+    if (!runImages_) {
+      queued_ = 0;
+      return false;
+    }
+  }
+  ForEachRun(rows, true, [&](const Target& target, int y0, int y1, int worker) {
     RowCoverage coverage[kMaxRunRows];
     Coverage(y0, y1, coverage);
-    bool any = false;
-    for (int j = 0; j < y1 - y0; ++j) any |= coverage[j].from <= coverage[j].to;
-    if (!any) return;
-    hooks.before(hooks.context, y0, y1, coverage);
-    DrawRows(target, y0, y1);
-    hooks.after(hooks.context, y0, y1, coverage);
+    uint32_t* image = runImages_ + perWorker * std::size_t(worker);
+    hooks.before(hooks.context, y0, y1, coverage, image);
+    DrawRows({image, target.depth, target.width, y0}, y0, y1);
+    hooks.after(hooks.context, y0, y1, coverage, image);
   });
+  return true;
 }
 
 }  // namespace vek::render

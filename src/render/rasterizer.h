@@ -100,19 +100,23 @@ class RasterizerGen {
     int solidCount;
     int solidFrom[kMaxSolid], solidTo[kMaxSolid];
   };
-  // Work around the drawing of held fills, run by run of image rows y0..y1-1; rows[k] is row y0 + k.
+  // Work around the drawing of held fills, run by run of image rows y0..y1-1; rows[k] is row y0 + k,
+  // and `image` holds the run's rows, Width() pixels each, row y0 first.
   struct RunHooks {
     void* context;
-    void (*before)(void* context, int y0, int y1, const RowCoverage* rows);
-    void (*after)(void* context, int y0, int y1, const RowCoverage* rows);
+    void (*before)(void* context, int y0, int y1, const RowCoverage* rows, uint32_t* image);
+    void (*after)(void* context, int y0, int y1, const RowCoverage* rows, const uint32_t* image);
   };
   static constexpr int kMaxRunRows = 64;
   // Fills queued while held wait for ExecuteInRuns.
   void Hold(bool on) noexcept { holding_ = on; }
-  // Draws the queued fills in runs of `rows` image rows (even, at most kMaxRunRows, counted from
-  // row 0), each run between its hooks, so that a run's rows stay in the cache from the first hook
-  // to the second. Runs that no fill touches are skipped; the runs are shared among the workers.
-  void ExecuteInRuns(int rows, const RunHooks& hooks) noexcept;
+  // Draws the queued fills in runs of `rows` image rows (even, at most kMaxRunRows), every run of
+  // the image from row 0, each between its hooks, not into the colour buffer but into rows of the
+  // run alone, one set per worker and used again run after run: what a run draws never leaves the
+  // cache, and the hooks give it its background and take the result. Only the columns of a row
+  // that the coverage names are drawn; the others hold what an earlier run left. The runs are
+  // shared among the workers. False, with the fills dropped, when memory for the rows runs out.
+  bool ExecuteInRuns(int rows, const RunHooks& hooks) noexcept;
 
   int Width() const noexcept { return width_; }
   int Height() const noexcept { return height_; }
@@ -128,10 +132,12 @@ class RasterizerGen {
     float at, dx, dy;
   };
   struct Prepared;
+  // Row y of the image is colour + (y - firstRow) * width; the depth buffer holds every row.
   struct Target {
     uint32_t* colour;
     float* depth;
     int width;
+    int firstRow;
   };
   using SpanFn = void (*)(const Prepared& triangle, const Target& target, int row, int first, int last);
   // A set-up triangle ready to fill: exact edge functions, bounds, attribute planes and its fill.
@@ -187,8 +193,9 @@ class RasterizerGen {
   // The queue grows as fills arrive; without memory for more, a held fill is dropped and an
   // unheld queue drawn early.
   bool Grow() noexcept;
+  // run(target, y0, y1, worker) for each run; worker numbers the workers from 0.
   template <class RunFn>
-  void ForEachRun(int rows, RunFn&& run) noexcept;
+  void ForEachRun(int rows, bool wholeImage, RunFn&& run) noexcept;
   // What the queued fills cover in each row y0..y1-1, and their drawing in those rows.
   void Coverage(int y0, int y1, RowCoverage* rows) const noexcept;
   void DrawRows(const Target& target, int y0, int y1) const noexcept;
@@ -196,6 +203,8 @@ class RasterizerGen {
   int queued_ = 0;
   int capacity_ = 0;
   bool holding_ = false;
+  uint32_t* runImages_ = nullptr;  // ExecuteInRuns' rows, a run's worth per worker
+  std::size_t runImagePixels_ = 0;
 };
 
 }  // namespace vek::render

@@ -1,11 +1,9 @@
 // DSP_TR_3DFlip, DSP_TR_3DFlipTwo: the picture turns over like a card. A is printed on the front
 // of a thin grey slab and B on its back; the slab makes a half turn while it moves away and back.
-#include <algorithm>
 #include <cstring>
 #include <new>
 
 #include "image/image.h"
-#include "image/rows.h"
 #include "render/mesh_scene.h"
 #include "render/trig.h"
 #include "transitions/transition.h"
@@ -186,15 +184,11 @@ void RenderFlip(const VekEffectInstance& instance, FlipState& state, const Trans
   const bool lumaChroma = instance.colourLayout == VEK_LAYOUT_LUMA_CHROMA;
   scene->SetPixelFormat(lumaChroma ? 1 : 0);
   const uint32_t background = lumaChroma ? VEKImageUtility::CImageAYUV().Pixel({0, 0, 0, 0}) : 0;
-  ParallelRows(instance.workerCount, h, [&](int y0, int y1) {
-    auto* row = reinterpret_cast<uint32_t*>(frame.OutputRow(y0));
-    std::fill(row, row + std::size_t(y1 - y0) * std::size_t(w), background);
-  });
   scene->SetWorkers(instance.workerCount);
   scene->ResetTransform(kSlab);
   const float p = frame.progress;
   variant.motion(*scene, p, state.thickness, offsetModes ? LateralOffset(instance, p) : 0.0f);
-  scene->Draw();
+  scene->Draw(background);
 }
 
 template <class Effect, std::size_t N>
