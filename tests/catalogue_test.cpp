@@ -240,14 +240,12 @@ TEST(ParamTables, RowsAreCompleteAndConsistentWithTheirTypes) {
   }
 }
 
-TEST(ParamTables, TotalsByTypeAndAnimation) {
-  std::map<uint32_t, int> perType;
-  int rows = 0, numeric = 0, numericAnimated = 0, colourAnimated = 0, enumAnimated = 0, otherAnimated = 0;
+// The type of every row is pinned by the committed catalogue document; the animation flags are not.
+TEST(ParamTables, AnimatedRowsByType) {
+  int numeric = 0, numericAnimated = 0, colourAnimated = 0, enumAnimated = 0, otherAnimated = 0;
   for (const VekEffectDescriptor& effect : Rows()) {
     for (uint32_t k = 0; k < effect.words[VEK_WORD_PARAM_COUNT]; ++k) {
       const VekParamDescriptor& row = effect.params[k];
-      ++rows;
-      ++perType[row.typeCode];
       const bool compareChoice = std::string_view(row.nameId) == "IDS_Co_Param_CompareImage_Name";
       switch (row.typeCode) {
         case VEK_TYPE_BYTE: case VEK_TYPE_INT: case VEK_TYPE_FLOAT:
@@ -262,11 +260,6 @@ TEST(ParamTables, TotalsByTypeAndAnimation) {
       }
     }
   }
-  EXPECT_EQ(rows, 382);
-  EXPECT_EQ(perType, (std::map<uint32_t, int>{{VEK_TYPE_FLOAT, 118}, {VEK_TYPE_ENUM, 93}, {VEK_TYPE_SWITCH, 43},
-                                              {VEK_TYPE_INT, 35}, {VEK_TYPE_BYTE, 32}, {VEK_TYPE_COLOUR, 28},
-                                              {VEK_TYPE_RECT, 24}, {VEK_TYPE_POSITION, 4},
-                                              {VEK_TYPE_WIDE_STRING, 3}, {VEK_TYPE_STRING, 2}}));
   EXPECT_EQ(numeric, 184);
   EXPECT_EQ(numericAnimated, 176);
   EXPECT_EQ(colourAnimated, 15);
@@ -327,12 +320,8 @@ TEST(ParamTables, VideoEffectsEndWithTheSharedAreaAndSalientRows) {
   EXPECT_EQ(fullSets, 19);
 }
 
+// Each default is pinned with the whole table by the committed catalogue document.
 TEST(ParamTables, TransitionsStartWithTheProgressRow) {
-  const std::map<std::string, float> knownDefaults = {
-      {"DSP_TR_Wipe", 0.7f},     {"DSP_TR_Slide", 0.7f},  {"DSP_TR_DirtyWipe", 0.8f}, {"DSP_TR_WipeClock", 0.3f},
-      {"DSP_TR_Cross", 0.3f},    {"DSP_TR_Swap", 0.3f},   {"DSP_TR_3DFlip", 0.3f},    {"DSP_TR_Fade", 0.5f},
-      {"DSP_TR_NoEffect", 0.5f}, {"DSP_TR_Burn", 0.5f},   {"DSP_TR_Blending", 0.5f}};
-  std::set<float> defaultsSeen;
   for (const VekEffectDescriptor& effect : Rows()) {
     if (effect.words[VEK_WORD_CATEGORY] != VEK_CATEGORY_TRANSITION) continue;
     SCOPED_TRACE(effect.classId);
@@ -346,11 +335,6 @@ TEST(ParamTables, TransitionsStartWithTheProgressRow) {
     EXPECT_EQ(Read<float>(p1.value3), 0.0f);
     EXPECT_EQ(Read<float>(p1.value4), 0.0f);
     EXPECT_EQ(Read<float>(p1.value5), 1.0f);
-    const float def = Read<float>(p1.defaultValue);
-    defaultsSeen.insert(def);
-    if (auto known = knownDefaults.find(effect.classId); known != knownDefaults.end()) {
-      EXPECT_EQ(def, known->second);
-    }
     if (effect.words[VEK_WORD_PARAM_COUNT] == 2) {
       EXPECT_EQ(effect.params[1].typeCode, uint32_t(VEK_TYPE_ENUM));
       const std::string name = effect.params[1].nameId;
@@ -358,7 +342,6 @@ TEST(ParamTables, TransitionsStartWithTheProgressRow) {
       EXPECT_EQ(std::string(effect.params[1].descriptionId), stem.substr(0, stem.size() - 4) + "Desc");
     }
   }
-  EXPECT_EQ(defaultsSeen, (std::set<float>{0.2f, 0.3f, 0.5f, 0.7f, 0.8f}));
 }
 
 }  // namespace

@@ -3,6 +3,9 @@
 // so that rows an effect must leave alone can be checked.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <functional>
 #include <string>
 
 #include "frames.h"
@@ -11,7 +14,7 @@
 
 namespace vek::test {
 
-constexpr uint8_t kUntouched = 0x5A;
+inline constexpr uint8_t kUntouched = 0x5A;
 
 struct RenderMode {
   int fieldMode = 0;
@@ -27,33 +30,69 @@ class EffectRun {
     instance_.Set(param, text);
     return *this;
   }
-  host::Instance& Instance() { return instance_; }
-
-  // Prepare, SetInput for each input the effect has, Process.
-  Frame Render(Frame& a, Frame& b, RenderMode mode = {}) {
-    Setup(a, mode);
-    instance_.Prepare();
-    instance_.SetInput(0, a.Data());
-    if (effect_.inputs > 1) instance_.SetInput(1, b.Data());
-    Frame out = Frame::Filled(a.width, a.height, kUntouched);
-    instance_.Process(out.Data());
-    return out;
+  // A parameter's raw value, written without the host's range check.
+  EffectRun& SetRaw(const char* key, const host::Value& value) {
+    instance_.Set(effect_.FindParam(key), value);
+    return *this;
   }
-  Frame Render(Frame& source, RenderMode mode = {}) { return Render(source, source, mode); }
+  host::Instance& Instance() { return instance_; }
+  VekEffectInstance& Record() { return instance_.Record(); }
 
- private:
-  void Setup(const Frame& frame, RenderMode mode) {
+  // The record's size and mode, as a host sets them before Prepare.
+  void Setup(int width, int height, RenderMode mode) {
     VekEffectInstance& record = instance_.Record();
-    record.width = uint32_t(frame.width);
-    record.height = uint32_t(frame.height);
+    record.width = uint32_t(width);
+    record.height = uint32_t(height);
     record.fieldMode = mode.fieldMode;
     record.renderHint = mode.renderHint;
     record.workerCount = mode.workers;
     record.colourLayout = mode.layout;
   }
+  // SetInput for each input the effect has (an empty B stays missing), then Process into `out`.
+  void Process(Frame& a, Frame& b, Frame& out) {
+    instance_.SetInput(0, a.Data());
+    if (effect_.inputs > 1 && !b.bytes.empty()) instance_.SetInput(1, b.Data());
+    instance_.Process(out.Data());
+  }
+  Frame Process(Frame& a, Frame& b) {
+    Frame out = Frame::Filled(a.width, a.height, kUntouched);
+    Process(a, b, out);
+    return out;
+  }
+  // One picture as a host renders it: Setup, Prepare, Process.
+  Frame Render(Frame& a, Frame& b, RenderMode mode = {}) {
+    Setup(a.width, a.height, mode);
+    instance_.Prepare();
+    return Process(a, b);
+  }
+  Frame Render(Frame& source, RenderMode mode = {}) { return Render(source, source, mode); }
 
+ private:
   const host::Effect& effect_;
   host::Instance instance_;
 };
+
+// The vector path and any worker count give the bytes of the scalar path on one worker, in both
+// layouts and every field mode, at widths around the vector widths; a field leaves the other rows.
+inline void ExpectVariantsAgree(const std::function<Frame(Frame&, RenderMode)>& render,
+                                std::initializer_list<int> widths, int height) {
+  for (int width : widths) {
+    Frame source = Frame::Random(width, height, uint32_t(width));
+    for (int layout : {0, 1}) {
+      for (int field : {0, 1, 2}) {
+        SCOPED_TRACE(testing::Message() << "width " << width << " layout " << layout << " field " << field);
+        const Frame reference = render(source, {field, 0, 1, layout});
+        for (int y = 0; field != 0 && y < height; ++y) {
+          ASSERT_EQ(reference.RowIsAll(y, kUntouched), y % 2 == field % 2) << "row " << y;
+        }
+        for (RenderMode mode : {RenderMode{field, 3, 1, layout}, RenderMode{field, 0, 2, layout},
+                                RenderMode{field, 3, 4, layout}}) {
+          ASSERT_EQ(render(source, mode).bytes, reference.bytes) << "hint " << mode.renderHint << ", "
+                                                                 << mode.workers << " workers";
+        }
+      }
+    }
+  }
+}
 
 }  // namespace vek::test

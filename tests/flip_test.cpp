@@ -194,21 +194,12 @@ void ExpectSilhouette(const FlipShot& shot, const Matrix& motion) {
   EXPECT_GT(covered, 0) << Describe(shot) << ": the slab shows somewhere";
 }
 
-TEST(Flip, SilhouetteOfEveryDirectionFollowsTheProjectedSlab) {
-  for (int direction = 0; direction < 4; ++direction) {
-    for (float p : {0.05f, 0.3f, 0.5f, 0.7f, 0.95f}) {
-      for (int layout : {0, 1}) {
-        ExpectSilhouette({"DSP_TR_3DFlip", p, direction, layout}, FlipMotion(direction, p, 0));
-      }
+TEST(Flip, SilhouetteOfEveryMotionFollowsTheProjectedSlab) {
+  for (float p : {0.05f, 0.3f, 0.5f, 0.6f, 0.7f, 0.95f}) {
+    for (int direction = 0; direction < 4; ++direction) {
+      for (int layout : {0, 1}) ExpectSilhouette({"DSP_TR_3DFlip", p, direction, layout}, FlipMotion(direction, p, 0));
     }
-  }
-}
-
-TEST(FlipTwo, SilhouetteOfEveryMotionFollowsTheProjectedSlab) {
-  for (int type = 0; type < 3; ++type) {
-    for (float p : {0.1f, 0.3f, 0.5f, 0.6f, 0.9f}) {
-      ExpectSilhouette({"DSP_TR_3DFlipTwo", p, type}, FlipTwoMotion(type, p));
-    }
+    for (int type = 0; type < 3; ++type) ExpectSilhouette({"DSP_TR_3DFlipTwo", p, type}, FlipTwoMotion(type, p));
   }
 }
 
@@ -227,18 +218,14 @@ TEST(Flip, OffsetModesShiftTheSlabFadingInAndOut) {
   ExpectSilhouette(two, FlipTwoMotion(0, 0.5));
 }
 
-TEST(Flip, BothEndsAreTheSourcesExactly) {
+TEST(Flip, BothEndsAreTheSourcesExactlyAndBadOptionsAreRefused) {
   for (const char* id : {"DSP_TR_3DFlip", "DSP_TR_3DFlipTwo"}) {
     vek::test::ExpectEndsAreTheSources(id, 37, 23);
+    vek::test::ExpectBadOptionsAreRefused(id);
     Frame a = Frame::Random(20, 12, 5), b = Frame::Random(20, 12, 6);
     EXPECT_EQ(Render({id, 0.0f, 1, 0, 2, 3.0f}, a, b).bytes, a.bytes) << id << " with an offset";
     EXPECT_EQ(Render({id, 1.0f, 2, 1, 1, 3.0f}, a, b).bytes, b.bytes) << id << " with an offset";
   }
-}
-
-TEST(Flip, OptionsOutsideTheListAreRefusedAndWriteNothing) {
-  vek::test::ExpectBadOptionsAreRefused("DSP_TR_3DFlip");
-  vek::test::ExpectBadOptionsAreRefused("DSP_TR_3DFlipTwo");
 }
 
 // Quadrants of four colours: which one appears where tells whether a face reads the right way round.
@@ -311,31 +298,6 @@ TEST(Flip, FrontAndBackReadTheRightWayRound) {
     for (float p : {0.1f, 0.35f, 0.65f, 0.9f}) {
       ExpectFacesReadUpright("DSP_TR_3DFlipTwo", type, p, FlipTwoMotion(type, p), FlipTwoMotion(type, 1));
     }
-  }
-}
-
-// --- Lifecycle, through the raw callbacks where a host could misbehave ---
-
-TEST(Flip, ReleaseTwiceAndProcessWithoutPrepareAreHarmless) {
-  for (const char* id : {"DSP_TR_3DFlip", "DSP_TR_3DFlipTwo"}) {
-    const VekEffectDescriptor& row = *LoadedPlugin().FindEffect(id).descriptor;
-    Instance instance(LoadedPlugin().FindEffect(id));
-    VekEffectInstance& record = instance.Record();
-    record.width = 8, record.height = 6;
-    Frame a = Frame::Random(8, 6, 1), b = Frame::Random(8, 6, 2), out = Frame::Filled(8, 6, vek::test::kUntouched);
-    instance.SetInput(0, a.Data());
-    instance.SetInput(1, b.Data());
-    record.output = out.Data();
-    EXPECT_EQ(row.callbacks.process(&record), VEK_S_OK) << id;
-    EXPECT_TRUE(vek::test::AllBytesAre(out, vek::test::kUntouched)) << id << ": no scene, nothing drawn";
-    EXPECT_EQ(row.callbacks.prepare(&record), VEK_S_OK);
-    EXPECT_EQ(record.prepared & 0xFF, 1);
-    EXPECT_EQ(row.callbacks.process(&record), VEK_S_OK);
-    EXPECT_FALSE(vek::test::AllBytesAre(out, vek::test::kUntouched));
-    EXPECT_EQ(row.callbacks.releaseResources(&record), VEK_S_OK);
-    EXPECT_EQ(row.callbacks.releaseResources(&record), VEK_S_OK);
-    record.output = nullptr;
-    EXPECT_EQ(row.callbacks.process(&record), VEK_E_FAIL) << "a missing output";
   }
 }
 

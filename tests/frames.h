@@ -1,6 +1,7 @@
 // Frames for tests: filled, seeded random, and compared byte by byte.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -31,5 +32,11 @@ struct Frame {
     return std::all_of(Row(y), Row(y) + width * 4, [value](uint8_t b) { return b == value; });
   }
 };
+
+inline const uint8_t* At(const Frame& frame, int x, int y) { return frame.Row(y) + std::size_t(x) * 4; }
+
+inline bool AllBytesAre(const Frame& frame, uint8_t value) {
+  return std::all_of(frame.bytes.begin(), frame.bytes.end(), [value](uint8_t b) { return b == value; });
+}
 
 }  // namespace vek::test

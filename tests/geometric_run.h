@@ -54,20 +54,11 @@ struct Outcome {
 inline Outcome TryShot(const char* id, Frame& a, Frame& b, const Shot& shot) {
   EffectRun run(id);
   SetShot(run, id, shot);
-  host::Instance& instance = run.Instance();
-  VekEffectInstance& record = instance.Record();
-  record.width = uint32_t(a.width);
-  record.height = uint32_t(a.height);
-  record.fieldMode = shot.mode.fieldMode;
-  record.renderHint = shot.mode.renderHint;
-  record.workerCount = shot.mode.workers;
-  record.colourLayout = shot.mode.layout;
   Outcome outcome{VEK_S_OK, Frame::Filled(a.width, a.height, kUntouched)};
   try {
-    instance.Prepare();
-    instance.SetInput(0, a.Data());
-    instance.SetInput(1, b.Data());
-    instance.Process(outcome.out.Data());
+    run.Setup(a.width, a.height, shot.mode);
+    run.Instance().Prepare();
+    run.Process(a, b, outcome.out);
   } catch (const host::Error& error) {
     outcome.status = error.Status();
   }
@@ -82,14 +73,6 @@ inline Frame Compose(int width, int height, const PixelRule& from) {
     for (int x = 0; x < width; ++x) std::memcpy(out.Pixel(x, y), from(x, y), 4);
   }
   return out;
-}
-
-inline const uint8_t* At(const Frame& frame, int x, int y) {
-  return frame.bytes.data() + (std::size_t(y) * frame.width + x) * 4;
-}
-
-inline bool AllBytesAre(const Frame& frame, uint8_t value) {
-  return std::all_of(frame.bytes.begin(), frame.bytes.end(), [value](uint8_t b) { return b == value; });
 }
 
 // The first differing pixel, for messages; "equal" when there is none.
@@ -148,7 +131,8 @@ inline void ExpectBadOptionsAreRefused(const char* id) {
 // Small and odd sizes at progress values that reach every branch, in every mode: nothing may read or
 // write outside the frames (the sanitizer build checks), and Process must succeed.
 inline void ExpectTinyFramesRender(const char* id) {
-  for (auto [width, height] : {std::pair{1, 1}, {3, 2}, {17, 5}, {2, 1}, {1, 7}, {15, 3}, {4, 16}}) {
+  for (auto [width, height] :
+       {std::pair{1, 1}, {1, 2}, {2, 1}, {3, 2}, {3, 3}, {17, 5}, {1, 33}, {15, 3}, {4, 16}, {81, 2}}) {
     Frame a = Frame::Random(width, height, 41), b = Frame::Random(width, height, 42);
     for (int option = 0; option < OptionCount(id); ++option) {
       for (float progress : {0.0f, 0.05f, 0.26f, 0.5f, 0.51f, 0.74f, 0.97f, 1.0f, -3.0f, 7.0f}) {
@@ -164,21 +148,12 @@ inline void ExpectTinyFramesRender(const char* id) {
   }
 }
 
-// Process answers `nullAnswer` for a null instance, and `missingAnswer` without touching the output
-// when source B is missing. (The other callbacks' answers are checked for every catalogue row.)
-inline void ExpectNullRecordsAnswered(const char* id, VekStatus nullAnswer, VekStatus missingAnswer) {
-  const VekEffectCallbacks& callbacks = EffectOf(id).descriptor->callbacks;
-  EXPECT_EQ(callbacks.process(nullptr), nullAnswer) << id;
-  EffectRun run(id);
-  VekEffectInstance& record = run.Instance().Record();
-  record.width = 4;
-  record.height = 3;
-  run.Instance().Prepare();
-  Frame a = Frame::Random(4, 3, 51), out = Frame::Filled(4, 3, kUntouched);
-  run.Instance().SetInput(0, a.Data());
-  record.output = out.Data();
-  EXPECT_EQ(callbacks.process(&record), missingAnswer) << id << " without source B";
-  EXPECT_TRUE(AllBytesAre(out, kUntouched)) << id;
+// Without source B Process answers `answer` and leaves the output alone.
+inline void ExpectMissingSourceAnswered(const char* id, VekStatus answer) {
+  Frame a = Frame::Random(4, 3, 51), b;
+  const Outcome outcome = TryShot(id, a, b, {});
+  EXPECT_EQ(outcome.status, answer) << id << " without source B";
+  EXPECT_TRUE(AllBytesAre(outcome.out, kUntouched)) << id;
 }
 
 }  // namespace vek::test

@@ -76,29 +76,33 @@ double MeanColourDifference(const Frame& a, const Frame& b) {
 
 const std::string kSize = " --size " + std::to_string(kWidth) + "x" + std::to_string(kHeight) + " ";
 
+// vekhost render with the arguments into the folder's file of that name, read back; a failed run
+// fails the test and gives an empty frame.
+Frame Rendered(const ScratchFolder& folder, const std::string& arguments, const std::string& name = "out.png") {
+  const Outcome run = Tool("render " + arguments + " -o " + Quoted(folder / name));
+  EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
+  return run.status == 0 ? vek::host::ReadImage(folder / name) : Frame();
+}
+
 TEST(VekhostRender, FadeOfTheBuiltInPicturesFollowsTheFormulaInBothLayouts) {
   ScratchFolder folder("vek_render_fade");
   const Frame a = BuiltIn(Picture::kA), b = BuiltIn(Picture::kB);
 
-  Outcome run = Tool("render DSP_TR_Fade --progress 0.3" + kSize + "-o " + Quoted(folder / "fade.png"));
+  const Outcome run = Tool("render DSP_TR_Fade --progress 0.3" + kSize + "-o " + Quoted(folder / "fade.png"));
   ASSERT_EQ(run.status, 0) << run.err;
   EXPECT_NE(run.out.find("1 frame in "), std::string::npos) << run.out;
-  Frame out = vek::host::ReadImage(folder / "fade.png");
+  const Frame out = vek::host::ReadImage(folder / "fade.png");
   ASSERT_EQ(out.width, kWidth);
   ASSERT_EQ(out.height, kHeight);
   EXPECT_EQ(out.bytes, Fade(a, b, 0.3f).bytes);
 
-  run = Tool("render DSP_TR_Fade --simd off --threads 3" + kSize + "-o " + Quoted(folder / "default.png"));
-  ASSERT_EQ(run.status, 0) << run.err;
   const float defaultProgress =
       std::get<float>(vek::test::LoadedPlugin().FindEffect("DSP_TR_Fade").params[0].defaultValue);
-  EXPECT_EQ(vek::host::ReadImage(folder / "default.png").bytes, Fade(a, b, defaultProgress).bytes)
+  EXPECT_EQ(Rendered(folder, "DSP_TR_Fade --simd off --threads 3" + kSize).bytes, Fade(a, b, defaultProgress).bytes)
       << "without --progress the effect's default P1 is used";
-
-  run = Tool("render DSP_TR_Fade --layout ayuv --set P1=0.7" + kSize + "-o " + Quoted(folder / "ayuv.png"));
-  ASSERT_EQ(run.status, 0) << run.err;
   const Frame inLumaChroma = Fade(vek::host::ArgbToAyuv(a), vek::host::ArgbToAyuv(b), 0.7f);
-  EXPECT_EQ(vek::host::ReadImage(folder / "ayuv.png").bytes, vek::host::AyuvToArgb(inLumaChroma).bytes)
+  EXPECT_EQ(Rendered(folder, "DSP_TR_Fade --layout ayuv --set P1=0.7" + kSize).bytes,
+            vek::host::AyuvToArgb(inLumaChroma).bytes)
       << "frames go in as V, U, Y, A and the output comes back as RGB";
 }
 
@@ -120,17 +124,12 @@ TEST(VekhostRender, FramesSweepTheTransitionIntoNumberedFiles) {
 TEST(VekhostRender, FieldRenderWritesItsRowsAndLeavesTheOthersBlackAndTransparent) {
   ScratchFolder folder("vek_render_field");
   const Frame a = BuiltIn(Picture::kA), b = BuiltIn(Picture::kB);
-  Outcome run = Tool("render DSP_TR_Fade --progress 0.6 --field even" + kSize + "-o " + Quoted(folder / "even.png"));
-  ASSERT_EQ(run.status, 0) << run.err;
-  const Frame even = vek::host::ReadImage(folder / "even.png"), expected = Fade(a, b, 0.6f);
+  const Frame even = Rendered(folder, "DSP_TR_Fade --progress 0.6 --field even" + kSize), expected = Fade(a, b, 0.6f);
   for (int y = 0; y < kHeight; ++y) {
     EXPECT_TRUE(y % 2 == 0 ? RowIs(even, y, expected) : RowIsBlack(even, y)) << "row " << y;
   }
 
-  run =
-      Tool("render DSP_TR_Fade --progress 0.6 --field odd --layout ayuv" + kSize + "-o " + Quoted(folder / "odd.png"));
-  ASSERT_EQ(run.status, 0) << run.err;
-  const Frame odd = vek::host::ReadImage(folder / "odd.png");
+  const Frame odd = Rendered(folder, "DSP_TR_Fade --progress 0.6 --field odd --layout ayuv" + kSize);
   const Frame expectedOdd = vek::host::AyuvToArgb(Fade(vek::host::ArgbToAyuv(a), vek::host::ArgbToAyuv(b), 0.6f));
   for (int y = 0; y < kHeight; ++y) {
     EXPECT_TRUE(y % 2 == 1 ? RowIs(odd, y, expectedOdd) : RowIsBlack(odd, y)) << "row " << y;
@@ -150,10 +149,8 @@ TEST(VekhostRender, SignedOffsetChoosesTheFlipsOffsetModeAndAmount) {
     return renderer.Render(a, b).bytes;
   };
   for (auto [offset, mode] : {std::pair{"-1.5", 1}, {"1.5", 2}}) {
-    const Outcome run = Tool(std::string("render DSP_TR_3DFlip --progress 0.5 --threads 1 --offset ") + offset + kSize +
-                             "-o " + Quoted(folder / "flip.png"));
-    ASSERT_EQ(run.status, 0) << run.err;
-    const auto shifted = vek::host::ReadImage(folder / "flip.png").bytes;
+    const auto shifted =
+        Rendered(folder, std::string("DSP_TR_3DFlip --progress 0.5 --threads 1 --offset ") + offset + kSize).bytes;
     EXPECT_EQ(shifted, inProcess(mode, 1.5f)) << "--offset " << offset;
     EXPECT_NE(shifted, inProcess(0, 0.0f)) << "--offset " << offset << " moves the card";
   }
@@ -161,14 +158,11 @@ TEST(VekhostRender, SignedOffsetChoosesTheFlipsOffsetModeAndAmount) {
 
 TEST(VekhostRender, AlphaAwareFlagKeepsTheMosaicsAlpha) {
   ScratchFolder folder("vek_render_alpha");
-  const Outcome run =
-      Tool("render DSP_VI_Mosaic --alpha-aware" + kSize + "-o " + Quoted(folder / "mosaic.png"));
-  ASSERT_EQ(run.status, 0) << run.err;
   vek::host::RenderSetup setup{kWidth, kHeight};
   setup.alphaAware = true;
   vek::host::Renderer renderer(vek::test::LoadedPlugin().FindEffect("DSP_VI_Mosaic"), setup);
   const Frame expected = renderer.Render(BuiltIn(Picture::kA), Frame(kWidth, kHeight));
-  EXPECT_EQ(vek::host::ReadImage(folder / "mosaic.png").bytes, expected.bytes);
+  EXPECT_EQ(Rendered(folder, "DSP_VI_Mosaic --alpha-aware" + kSize).bytes, expected.bytes);
   EXPECT_NE(expected.Pixel(kWidth / 2, kHeight / 2)[3], 0) << "the blocks keep the picture's alpha";
 }
 
@@ -179,15 +173,13 @@ TEST(VekhostRender, FileInputsOfAnotherSizeAreRefusedUnlessResized) {
   vek::host::WritePng(b, folder / "b.png");
   const std::string inputs = " -a " + Quoted(folder / "a.png") + " -b " + Quoted(folder / "b.png");
 
-  Outcome run = Tool("render DSP_TR_Fade" + inputs + " -o " + Quoted(folder / "out.png"));
+  const Outcome run = Tool("render DSP_TR_Fade" + inputs + " -o " + Quoted(folder / "out.png"));
   EXPECT_NE(run.status, 0);
   EXPECT_NE(run.err.find("20x10"), std::string::npos) << run.err;
   EXPECT_NE(run.err.find("--resize"), std::string::npos) << run.err;
   EXPECT_FALSE(std::filesystem::exists(folder / "out.png"));
 
-  run = Tool("render DSP_TR_Fade --progress 0.4 --resize" + inputs + " -o " + Quoted(folder / "out.png"));
-  ASSERT_EQ(run.status, 0) << run.err;
-  const Frame out = vek::host::ReadImage(folder / "out.png");
+  const Frame out = Rendered(folder, "DSP_TR_Fade --progress 0.4 --resize" + inputs);
   EXPECT_EQ(out.width, 40) << "the first input gives the size";
   EXPECT_EQ(out.bytes, Fade(a, vek::host::Resized(b, 40, 30), 0.4f).bytes);
 }

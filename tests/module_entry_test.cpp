@@ -44,7 +44,9 @@ class PluginCopy {
 };
 
 // A copy of the plug-in under the stem "plugin", keeping the system's extension.
-fs::path PluginFile(const fs::path& folder) { return folder / ("plugin" + fs::path(VEK_TEST_PLUGIN_PATH).extension().string()); }
+fs::path PluginFile(const fs::path& folder) {
+  return folder / ("plugin" + fs::path(VEK_TEST_PLUGIN_PATH).extension().string());
+}
 
 void PlaceResourceLibrary(const fs::path& path) {
   fs::copy_file(VEK_TEST_RESOURCE_LIBRARY_PATH, path, fs::copy_options::overwrite_existing);

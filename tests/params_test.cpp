@@ -1,13 +1,17 @@
-// The callback contract every effect keeps before it renders, the default filling, and the
-// interpolation function, driven through the shared library's rows as a host calls them.
+// The callback contract as a host calls it through the shared library's rows: null records, the
+// prepared flag, resources from Prepare to ReleaseResources, the default filling and the
+// interpolation function.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "allocation_failures.h"
+#include "effect_run.h"
 #include "module/instance_contract.h"
-#include "plugin_fixture.h"
 
 namespace {
 
@@ -65,6 +69,7 @@ TEST(Contract, InitNotifiesTheHostThenFillsDefaults) {
 
 // A few effects answer a null record with 0 instead: every callback of the burn, and Process (and
 // for the colour split Prepare) of the collapse, the colour split, the dirty wipe, cross and door.
+// Destroy and ReleaseResources of a record never prepared free nothing and succeed.
 TEST(Contract, NullRecordsAreRefusedByEveryCallback) {
   for (const VekEffectDescriptor& row : vek::test::Rows()) {
     SCOPED_TRACE(row.classId);
@@ -80,6 +85,94 @@ TEST(Contract, NullRecordsAreRefusedByEveryCallback) {
     EXPECT_EQ(c.prepare(nullptr), burn || split ? VEK_S_OK : VEK_E_FAIL);
     EXPECT_EQ(c.releaseResources(nullptr), refused);
     EXPECT_EQ(c.destroy(nullptr), refused);
+    RawInstance fresh(row);
+    EXPECT_EQ(c.destroy(&fresh.record), VEK_S_OK);
+    EXPECT_EQ(c.releaseResources(&fresh.record), VEK_S_OK);
+  }
+}
+
+// Fade and the cut write the flag as one byte; every other effect that sets it writes a whole word.
+// Effects that do not render yet are not listed, nor those whose Prepare only checks the instance.
+TEST(Contract, PrepareSetsTheFlagOfTheEffectsThatPrepareSomething) {
+  const std::set<std::string> setters = {
+      "DSP_TR_Burn",      "DSP_TR_WipeSoft",   "DSP_TR_3DFlip",       "DSP_TR_3DFlipTwo",   "DSP_TR_Collapse",
+      "DSP_TR_ColorSplit", "DSP_TR_Fade",      "DSP_TR_DissolveType", "DSP_TR_NoEffect",    "DSP_TR_WipeCenter",
+      "DSP_VI_FlipCanvas", "DSP_VI_Posterize", "DSP_CO_ColorAdj"};
+  for (const vek::host::Effect& effect : LoadedPlugin().Effects()) {
+    vek::host::Instance instance(effect);
+    VekEffectInstance& record = instance.Record();
+    record.width = 4, record.height = 3, record.prepared = 0x7F7F7F00;
+    const int32_t audioFormat[4] = {48000, 2, 16, 64};
+    std::memcpy(record.audioFormat, audioFormat, sizeof audioFormat);
+    effect.descriptor->callbacks.prepare(&record);  // the picture effects may fail without their library
+    const bool byte = effect.classId == "DSP_TR_Fade" || effect.classId == "DSP_TR_NoEffect";
+    const uint32_t flag = !setters.contains(effect.classId) ? 0x7F7F7F00u : byte ? 0x7F7F7F01u : 1u;
+    EXPECT_EQ(uint32_t(record.prepared), flag) << effect.classId;
+  }
+}
+
+// The effects that hold resources from Prepare to ReleaseResources, called as a careless host may
+// call them. A Process that fails, or answers 0 without anything to draw with, writes nothing.
+struct ProcessAnswer {
+  VekStatus status;
+  bool draws;
+};
+constexpr ProcessAnswer kFails{VEK_E_FAIL, false}, kNoTables{VEK_E_POINTER, false}, kDraws{VEK_S_OK, true},
+    kDrawsNothing{VEK_S_OK, false};
+struct Lifecycle {
+  const char* id;
+  ProcessAnswer beforePrepare, widerThanPrepared, afterRelease;
+  VekStatus withoutOutput;
+  VekStatus tooLargeToPrepare;  // VEK_S_OK: not tried
+  int32_t flagAfterFailure;     // Burn sets the flag before it allocates, WipeSoft after
+};
+constexpr Lifecycle kLifecycles[] = {
+    {"DSP_TR_WipeSoft", kFails, kFails, kFails, VEK_E_FAIL, VEK_E_OUTOFMEMORY, 0},
+    {"DSP_CO_ColorAdj", kNoTables, kNoTables, kNoTables, VEK_E_POINTER, VEK_E_OUTOFMEMORY, 1},
+    {"DSP_TR_Burn", kFails, kFails, kFails, VEK_E_FAIL, VEK_E_FAIL, 1},
+    {"DSP_TR_3DFlip", kDrawsNothing, kDraws, kDrawsNothing, VEK_E_FAIL, VEK_S_OK, 0},
+    {"DSP_TR_3DFlipTwo", kDrawsNothing, kDraws, kDrawsNothing, VEK_E_FAIL, VEK_S_OK, 0},
+    {"DSP_TR_DissolveType", kDraws, kDraws, kDraws, VEK_E_FAIL, VEK_S_OK, 0},  // the ranks are drawn when needed
+    // The tables are drawn for each new size, but after a release only Prepare brings them back.
+    {"DSP_TR_Collapse", kDraws, kDraws, kFails, VEK_E_FAIL, VEK_S_OK, 0},
+};
+
+TEST(Contract, ResourcesLiveFromPrepareToReleaseAndFailuresWriteNothing) {
+  using vek::test::Frame;
+  using vek::test::kUntouched;
+  for (const Lifecycle& effect : kLifecycles) {
+    SCOPED_TRACE(effect.id);
+    vek::host::Instance instance(LoadedPlugin().FindEffect(effect.id));
+    VekEffectInstance& record = instance.Record();
+    const VekEffectCallbacks& c = Row(effect.id).callbacks;
+    Frame a = Frame::Random(5, 3, 1), b = Frame::Random(5, 3, 2), out = Frame::Filled(5, 3, kUntouched);
+    record.width = 4, record.height = 3, record.output = out.Data();
+    instance.SetInput(0, a.Data());
+    instance.SetInput(1, b.Data());
+    const auto expectProcess = [&](ProcessAnswer answer, const char* when) {
+      std::fill(out.bytes.begin(), out.bytes.end(), kUntouched);
+      EXPECT_EQ(c.process(&record), answer.status) << when;
+      EXPECT_EQ(vek::test::AllBytesAre(out, kUntouched), !answer.draws) << when;
+    };
+    expectProcess(effect.beforePrepare, "before Prepare");
+    ASSERT_EQ(c.prepare(&record), VEK_S_OK);
+    expectProcess(kDraws, "prepared");
+    record.width = 5;
+    expectProcess(effect.widerThanPrepared, "a frame wider than the prepared one");
+    record.width = 4;
+    expectProcess(kDraws, "the prepared size again");
+    EXPECT_EQ(c.releaseResources(&record), VEK_S_OK);
+    EXPECT_EQ(c.releaseResources(&record), VEK_S_OK) << "a second release does nothing";
+    expectProcess(effect.afterRelease, "after ReleaseResources");
+    record.output = nullptr;
+    EXPECT_EQ(c.process(&record), effect.withoutOutput) << "a missing output";
+    if (effect.tooLargeToPrepare == VEK_S_OK) continue;
+    record.width = record.height = 1u << 20;
+    record.prepared = 0;
+    EXPECT_EQ(c.prepare(&record), effect.tooLargeToPrepare);
+    EXPECT_EQ(record.prepared, effect.flagAfterFailure);
+    record.output = out.Data();
+    EXPECT_NE(c.process(&record), VEK_S_OK) << "after a failed Prepare";
   }
 }
 
@@ -123,14 +216,6 @@ TEST(Contract, EffectsThatDoNotRenderYetSaySoAndWriteNothing) {
     EXPECT_EQ(output[0], 0) << id;
     EXPECT_EQ(row.callbacks.releaseResources(&instance.record), VEK_S_OK);
     EXPECT_EQ(row.callbacks.destroy(&instance.record), VEK_S_OK);
-  }
-}
-
-TEST(Contract, DestroyWithoutPrepareFreesNothing) {
-  for (const VekEffectDescriptor& row : vek::test::Rows()) {
-    RawInstance instance(row);
-    EXPECT_EQ(row.callbacks.destroy(&instance.record), VEK_S_OK) << row.classId;
-    EXPECT_EQ(row.callbacks.releaseResources(&instance.record), VEK_S_OK) << row.classId;
   }
 }
 

@@ -18,10 +18,10 @@ TEST(PushFamily, EndsFieldsOptionsAndTinyFrames) {
   for (const char* id : {"DSP_TR_Slide", "DSP_TR_Shove", "DSP_TR_Swap"}) {
     ExpectFieldsInterleave(id, 13, 9, {0.3f, 0.62f, 0.9f});
     ExpectBadOptionsAreRefused(id);
-    ExpectNullRecordsAnswered(id, VEK_E_FAIL, VEK_E_FAIL);
+    ExpectMissingSourceAnswered(id, VEK_E_FAIL);
   }
-  // Kept on purpose: Door answers success without an instance or buffers, and draws nothing.
-  ExpectNullRecordsAnswered("DSP_TR_Door", VEK_S_OK, VEK_S_OK);
+  // Kept on purpose: Door answers success without its buffers, and draws nothing.
+  ExpectMissingSourceAnswered("DSP_TR_Door", VEK_S_OK);
   Frame a = Frame::Random(9, 7, 1), b = Frame::Random(9, 7, 2);
   EXPECT_FRAME_EQ(RenderShot("DSP_TR_Door", a, b, {0.4f, 0, {1}}), RenderShot("DSP_TR_Door", a, b, {0.4f}))
       << "Door always draws the whole frame";

@@ -13,7 +13,7 @@ TEST(StripeFamily, EndsFieldsOptionsAndTinyFrames) {
     ExpectTinyFramesRender(id);
     ExpectFieldsInterleave(id, 13, 9, {0.3f, 0.62f, 0.9f});
     ExpectBadOptionsAreRefused(id);
-    ExpectNullRecordsAnswered(id, VEK_E_FAIL, VEK_E_FAIL);
+    ExpectMissingSourceAnswered(id, VEK_E_FAIL);
   }
 }
 
