@@ -185,7 +185,7 @@ TEST(BurnKernels, VectorRowGivesTheScalarBytesWithPlainAndStreamingStores) {
       for (vek::CopyPixelsFn copy : {vek::CopyPixels, vek::StreamPixelsSse2}) {
         Frame vector = Frame::Filled(pixels, 1, kUntouched);
         vek::BurnRowSse2(map.data(), bounds.data(), a.Row(0), b.Row(0), vector.Data(), pixels, threshold,
-                         &flame[0][0], copy);
+                         &flame[0][0], copy, 0);
         vek::StreamFenceSse2();
         ASSERT_EQ(vector.bytes, scalar.bytes) << pixels << " pixels, threshold " << threshold;
       }

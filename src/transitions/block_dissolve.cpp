@@ -252,16 +252,10 @@ VekStatus TR_DissolveType::Process(VekEffectInstance* instance) noexcept {
     const int y0 = by * state.blockSize, y1 = int(std::min<int64_t>(frame.height, int64_t(y0) + state.blockSize));
     for (int y = y0; y < y1; ++y) {
       const std::size_t offset = std::size_t(y) * frame.rowBytes;
-      const bool lastRow = y + 1 == frame.height;
       for (int k = 0, from = 0; k < runs; from = runEnds[k++]) {
         const uint8_t* source = (k % 2 == 0) == firstShowsA ? frame.sourceA : frame.sourceB;
-        const std::size_t at = offset + std::size_t(from) * 4, bytes = std::size_t(runEnds[k] - from) * 4;
-        // Runs jump between the two sources, which the processor's own prefetching follows badly:
-        // ask for the same run of the next row now.
-        for (std::size_t line = 0; !lastRow && line < bytes; line += 64) {
-          __builtin_prefetch(source + at + frame.rowBytes + line);
-        }
-        CopyPixels(source + offset, from, frame.output + offset, from, runEnds[k] - from);
+        CopyPixels(source + offset, from, frame.output + offset, from, runEnds[k] - from,
+                   std::ptrdiff_t(frame.rowBytes));
       }
     }
   }

@@ -181,7 +181,7 @@ VekStatus TR_Burn::Process(VekEffectInstance* instance) noexcept {
     const std::size_t offset = std::size_t(y) * frame.rowBytes;
     BurnRowSse2(map->Values() + std::size_t(y) * std::size_t(frame.width),
                 map->SpanBounds() + std::size_t(y) * boundsPerRow, frame.sourceA + offset, frame.sourceB + offset,
-                frame.output + offset, frame.width, threshold, &state.flame[0][0], writer.copy);
+                frame.output + offset, frame.width, threshold, &state.flame[0][0], writer.copy, writer.ahead);
   });
   writer.Finish();
   return VEK_S_OK;

@@ -30,11 +30,11 @@ void FillPixels(uint8_t* out, int to, int pixels, const uint8_t pixel[4]) {
 }
 
 void AlternateRuns(const uint8_t* first, const uint8_t* second, uint8_t* out, int pixels, const int* cuts,
-                   int count, CopyPixelsFn copy) {
+                   int count, CopyPixelsFn copy, std::ptrdiff_t ahead) {
   int start = 0;
   for (int k = 0; k <= count; ++k) {
     const int end = k < count ? std::clamp(cuts[k], start, pixels) : pixels;
-    copy(k % 2 == 0 ? first : second, start, out, start, end - start);
+    copy(k % 2 == 0 ? first : second, start, out, start, end - start, ahead);
     start = end;
   }
 }

@@ -24,12 +24,17 @@ void AlphaOverRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixe
 // moves, not memcpy: from a few kilobytes on, the C library copies with a string move, which some
 // processors run several times slower when the output lies just past the source within its page (as
 // a host's frames allocated one after the other do).
-void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
-using CopyPixelsFn = void (*)(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
+// `ahead` is the distance in bytes from the source to what the next visited row will copy, usually
+// the same columns a row further on: those lines are prefetched as the copy goes, because the
+// hardware prefetcher starts every short run cold. 0 prefetches nothing new. A prefetch never
+// faults, so past the last row it is harmless.
+void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels, std::ptrdiff_t ahead = 0);
+using CopyPixelsFn = void (*)(const uint8_t* source, int from, uint8_t* out, int to, int pixels,
+                              std::ptrdiff_t ahead);
 // The same with non-temporal stores only, so that writing a large output does not push the sources
 // out of the caches. StreamFenceSse2 orders them before anything written after it, and makes them
 // visible to other threads.
-void StreamPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels);
+void StreamPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels, std::ptrdiff_t ahead);
 void StreamFillSse2(uint8_t* out, int to, int pixels, const uint8_t pixel[4]);
 void StreamFenceSse2();
 // `pixels` copies of one pixel (its four bytes as stored, byte 0 first) from column `to`.
@@ -39,7 +44,7 @@ using FillPixelsFn = void (*)(uint8_t* out, int to, int pixels, const uint8_t pi
 // [cuts[0], cuts[1]) from `second`, [cuts[1], cuts[2]) from `first` again ..., and the last run up to
 // `pixels`. A cut is held between the one before it and `pixels`, so empty runs only flip the turn.
 void AlternateRuns(const uint8_t* first, const uint8_t* second, uint8_t* out, int pixels, const int* cuts,
-                   int count, CopyPixelsFn copy);
+                   int count, CopyPixelsFn copy, std::ptrdiff_t ahead);
 
 // The soft edge: k = clamp(t + mask, 0, 31) per pixel from a mask word holding -m, and each colour
 // byte moves (B - A) * k / 32 of the way; the alpha byte is not written.
@@ -77,7 +82,8 @@ inline constexpr int kBurnSpan = 64;
 constexpr std::size_t BurnSpans(std::size_t pixels) { return (pixels + kBurnSpan - 1) / kBurnSpan; }
 void BurnSpanBounds(const int32_t* map, int pixels, int32_t* bounds);
 void BurnRowSse2(const int32_t* map, const int32_t* spanBounds, const uint8_t* a, const uint8_t* b, uint8_t* out,
-                 int pixels, int32_t threshold, const uint8_t* flame, CopyPixelsFn copy);
+                 int pixels, int32_t threshold, const uint8_t* flame, CopyPixelsFn copy,
+                 std::ptrdiff_t ahead);
 
 // Threshold: A's pixel where the key pixel is at least `limit` bright, else B's. An ARGB key's
 // brightness is the sum of bytes 0..2 (the limit is then 3t), a luma/chroma key's its byte 2.

@@ -67,6 +67,10 @@ namespace {
 
 inline __m128i Load(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
 inline void Store(void* at, __m128i value) { _mm_storeu_si128(static_cast<__m128i*>(at), value); }
+// The address is computed as an integer: it may lie outside every object.
+inline void PrefetchAhead(const uint8_t* at, std::ptrdiff_t ahead) {
+  _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(at) + uintptr_t(ahead)), _MM_HINT_T0);
+}
 inline __m128i Select(__m128i mask, __m128i ifSet, __m128i ifClear) {
   return _mm_or_si128(_mm_and_si128(mask, ifSet), _mm_andnot_si128(mask, ifClear));
 }
@@ -115,7 +119,8 @@ void BurnSpanSse2(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8_
 }  // namespace
 
 void BurnRowSse2(const int32_t* map, const int32_t* spanBounds, const uint8_t* a, const uint8_t* b, uint8_t* out,
-                 int pixels, int32_t threshold, const uint8_t* flame, CopyPixelsFn copy) {
+                 int pixels, int32_t threshold, const uint8_t* flame, CopyPixelsFn copy,
+                 std::ptrdiff_t ahead) {
   const int64_t bandStart = int64_t(threshold) - kBurnBand;
   // Neighbouring spans that show the same source whole are copied as one run; a crossed span is
   // put together aside and copied like a run.
@@ -124,7 +129,7 @@ void BurnRowSse2(const int32_t* map, const int32_t* spanBounds, const uint8_t* a
   int runStart = 0;
   for (int x = 0; x < pixels; x += kBurnSpan, spanBounds += 2) {
     const uint8_t* whole = spanBounds[0] >= threshold ? a : spanBounds[1] < bandStart ? b : nullptr;
-    if (runSource && whole != runSource) copy(runSource, runStart, out, runStart, x - runStart);
+    if (runSource && whole != runSource) copy(runSource, runStart, out, runStart, x - runStart, ahead);
     if (whole) {
       if (whole != runSource) runStart = x;
       runSource = whole;
@@ -134,9 +139,9 @@ void BurnRowSse2(const int32_t* map, const int32_t* spanBounds, const uint8_t* a
     const int count = std::min(kBurnSpan, pixels - x);
     const std::size_t at = std::size_t(x) * 4;
     BurnSpanSse2(map + x, a + at, b + at, crossedSpan, count, threshold, flame);
-    copy(crossedSpan, 0, out, x, count);
+    copy(crossedSpan, 0, out, x, count, 0);
   }
-  if (runSource) copy(runSource, runStart, out, runStart, pixels - runStart);
+  if (runSource) copy(runSource, runStart, out, runStart, pixels - runStart, ahead);
 }
 
 void ThresholdRowSse2(const uint8_t* key, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int limit,
@@ -405,12 +410,13 @@ void SampledLerpRowSse2(const uint8_t* a, const int* columnsA, const uint8_t* b,
   SampledLerpRowScalar(a, columnsA + x, b, columnsB + x, out + std::size_t(x) * 4, pixels - x, weight);
 }
 
-void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels) {
+void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixels, std::ptrdiff_t ahead) {
   const uint8_t* s = source + std::size_t(from) * 4;
   uint8_t* d = out + std::size_t(to) * 4;
   const std::size_t bytes = pixels > 0 ? std::size_t(pixels) * 4 : 0;
   std::size_t i = 0;
   for (; i + 64 <= bytes; i += 64) {
+    PrefetchAhead(s + i, ahead);
     const __m128i x0 = Load(s + i), x1 = Load(s + i + 16), x2 = Load(s + i + 32), x3 = Load(s + i + 48);
     Store(d + i, x0);
     Store(d + i + 16, x1);
@@ -421,7 +427,7 @@ void CopyPixels(const uint8_t* source, int from, uint8_t* out, int to, int pixel
   for (; i < bytes; i += 4) std::memcpy(d + i, s + i, 4);
 }
 
-void StreamPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels) {
+void StreamPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int pixels, std::ptrdiff_t ahead) {
   if (pixels <= 0) return;
   const uint8_t* s = source + std::size_t(from) * 4;
   uint8_t* d = out + std::size_t(to) * 4;
@@ -436,6 +442,7 @@ void StreamPixelsSse2(const uint8_t* source, int from, uint8_t* out, int to, int
   std::size_t i = 0;
   for (; i < bytes && (reinterpret_cast<uintptr_t>(d + i) & 15) != 0; i += 4) pixel(i);
   for (; i + 64 <= bytes; i += 64) {
+    PrefetchAhead(s + i, ahead);
     const __m128i x0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
     const __m128i x1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 16));
     const __m128i x2 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 32));

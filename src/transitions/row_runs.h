@@ -19,10 +19,14 @@ constexpr std::size_t kStreamingFrameBytes = std::size_t(4) << 20;
 struct RunWriter {
   CopyPixelsFn copy;
   FillPixelsFn fill;
+  std::ptrdiff_t ahead;  // from a row to the next visited one, for the copies' prefetch
 
   static RunWriter For(const TransitionFrame& frame) {
-    if (frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes) return {StreamPixelsSse2, StreamFillSse2};
-    return {CopyPixels, FillPixels};
+    const std::ptrdiff_t ahead = std::ptrdiff_t(frame.rowBytes) * frame.rows.step;
+    if (frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes) {
+      return {StreamPixelsSse2, StreamFillSse2, ahead};
+    }
+    return {CopyPixels, FillPixels, ahead};
   }
   // After the last run: the output is complete for whoever reads it next.
   void Finish() const {
@@ -57,7 +61,7 @@ inline void PushPart(const TransitionFrame& frame, const PushPiece& piece, int y
                      const uint8_t black[4], const RunWriter& writer) {
   uint8_t* out = frame.OutputRow(y);
   if (!piece.source) return writer.fill(out, from, to - from, black);
-  writer.copy(piece.source + std::size_t(y) * frame.rowBytes, from + piece.shift, out, from, to - from);
+  writer.copy(piece.source + std::size_t(y) * frame.rowBytes, from + piece.shift, out, from, to - from, writer.ahead);
 }
 
 // `writer` writes the two pieces of a horizontal layout; vertical ones take whole rows.

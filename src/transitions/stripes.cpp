@@ -46,7 +46,7 @@ void ShutterRow(const TransitionFrame& frame, int direction, int k, int y, const
     cuts[2 * i] = direction == kPushLeft ? x1 - shown : x0;
     cuts[2 * i + 1] = direction == kPushLeft ? x1 : x0 + shown;
   }
-  AlternateRuns(frame.RowA(y), frame.RowB(y), out, frame.width, cuts, 2 * kSlats, writer.copy);
+  AlternateRuns(frame.RowA(y), frame.RowB(y), out, frame.width, cuts, 2 * kSlats, writer.copy, writer.ahead);
 }
 
 }  // namespace
@@ -102,7 +102,7 @@ VekStatus TR_Splices::Process(VekEffectInstance* instance) noexcept {
   for (int i = 1; i < kStrips; ++i) cuts[i - 1] = StripStart(frame.width, kStrips, i);
   ForEachRow(frame.rows, [&](int y) {
     AlternateRuns(PushedRow(frame, even, y), PushedRow(frame, odd, y), frame.OutputRow(y), frame.width, cuts,
-                  kStrips - 1, writer.copy);
+                  kStrips - 1, writer.copy, writer.ahead);
   });
   writer.Finish();
   return VEK_S_OK;

@@ -64,10 +64,10 @@ void HardEdgeRow(const TransitionFrame& frame, int direction, int n, int y, cons
       return CopyPixels(y < n ? frame.RowB(y) : frame.RowA(y), 0, out, 0, w);
     case kLeft: {
       const int cut = w - n;
-      return AlternateRuns(frame.RowA(y), frame.RowB(y), out, w, &cut, 1, writer.copy);
+      return AlternateRuns(frame.RowA(y), frame.RowB(y), out, w, &cut, 1, writer.copy, writer.ahead);
     }
     default:
-      return AlternateRuns(frame.RowB(y), frame.RowA(y), out, w, &n, 1, writer.copy);
+      return AlternateRuns(frame.RowB(y), frame.RowA(y), out, w, &n, 1, writer.copy, writer.ahead);
   }
 }
 
@@ -299,7 +299,7 @@ void BoxRow(const TransitionFrame& frame, const uint8_t* outer, const uint8_t* i
     return CopyPixels(outer + offset, 0, frame.OutputRow(y), 0, frame.width);
   }
   const int cuts[2] = {insetX, frame.width - insetX};
-  AlternateRuns(outer + offset, inner + offset, frame.OutputRow(y), frame.width, cuts, 2, writer.copy);
+  AlternateRuns(outer + offset, inner + offset, frame.OutputRow(y), frame.width, cuts, 2, writer.copy, writer.ahead);
 }
 
 }  // namespace
@@ -386,7 +386,7 @@ void ClockRow(const TransitionFrame& frame, const ClockSweep& sweep, int y, cons
   sweep.HalfRowRun(sweep.Order(top, true), rightSide, dy, r0, r1);
   // Left runs count outward from the centre column toward x = 0.
   const int cuts[4] = {sweep.centreX - l1, sweep.centreX - l0, sweep.centreX + r0, sweep.centreX + r1};
-  AlternateRuns(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, cuts, 4, writer.copy);
+  AlternateRuns(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, cuts, 4, writer.copy, writer.ahead);
 }
 
 }  // namespace
