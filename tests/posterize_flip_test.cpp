@@ -85,15 +85,16 @@ bool PixelEquals(const Frame& out, int x, int y, const Frame& source, int sx, in
   return std::equal(out.Row(y) + 4 * x, out.Row(y) + 4 * x + 4, source.Row(sy) + 4 * sx);
 }
 
-// 710 to 713 are a second numbering of the four modes; other values copy.
+// 710 to 713 are a second numbering of the four modes; other values copy. 37 columns: two blocks of
+// the sixteen-pixel mirror and a tail.
 TEST(FlipCanvas, ModesMapPixelsAsNamed) {
-  Frame source = Frame::Random(5, 3, 12);
+  Frame source = Frame::Random(37, 3, 12);
   Frame hor = Flip(source, "Hor"), ver = Flip(source, "Ver"), both = Flip(source, "HnV");
   for (int y = 0; y < 3; ++y) {
-    for (int x = 0; x < 5; ++x) {
-      ASSERT_TRUE(PixelEquals(hor, x, y, source, 4 - x, y));
-      ASSERT_TRUE(PixelEquals(ver, x, y, source, x, 2 - y));
-      ASSERT_TRUE(PixelEquals(both, x, y, source, 4 - x, 2 - y));
+    for (int x = 0; x < 37; ++x) {
+      ASSERT_TRUE(PixelEquals(hor, x, y, source, 36 - x, y)) << x << "," << y;
+      ASSERT_TRUE(PixelEquals(ver, x, y, source, x, 2 - y)) << x << "," << y;
+      ASSERT_TRUE(PixelEquals(both, x, y, source, 36 - x, 2 - y)) << x << "," << y;
     }
   }
   EffectRun run("DSP_VI_FlipCanvas");

@@ -69,13 +69,6 @@ void PosterizeRowAyuv(const uint8_t* source, uint8_t* out, std::size_t pixels, c
   }
 }
 
-void MirrorRow(const uint8_t* source, uint8_t* out, int pixels) {
-  for (int x = 0; x < pixels; ++x) {
-    const uint8_t* from = source + 4 * (pixels - 1 - x);
-    out[4 * x] = from[0], out[4 * x + 1] = from[1], out[4 * x + 2] = from[2], out[4 * x + 3] = from[3];
-  }
-}
-
 void CountColourBytes(const uint8_t* pixels, std::size_t count, uint32_t (&histograms)[3][256]) {
   for (const uint8_t* end = pixels + 4 * count; pixels != end; pixels += 4) {
     ++histograms[0][pixels[0]], ++histograms[1][pixels[1]], ++histograms[2][pixels[2]];

@@ -37,8 +37,11 @@ void PosterizeRowAyuv(const uint8_t* source, uint8_t* out, std::size_t pixels, c
 void PosterizeRowAyuvSse41(const uint8_t* source, uint8_t* out, std::size_t pixels, const PosterizeTable& table);
 using PosterizeRowFn = void (*)(const uint8_t*, uint8_t*, std::size_t, const PosterizeTable&);
 
-// The row mirrored left to right.
-void MirrorRow(const uint8_t* source, uint8_t* out, int pixels);
+// The row mirrored left to right, sixteen pixels at a time. The row is read from its end; `ahead` is
+// the distance in bytes to the row read next, whose lines are prefetched as the copy goes, because
+// the hardware prefetcher starts every row read backwards cold. A prefetch never faults, so past
+// the last row it is harmless.
+void MirrorRow(const uint8_t* source, uint8_t* out, int pixels, std::ptrdiff_t ahead);
 
 // Histograms of colour bytes 0, 1 and 2, counted on top of what they hold.
 void CountColourBytes(const uint8_t* pixels, std::size_t count, uint32_t (&histograms)[3][256]);

@@ -2,7 +2,10 @@
 // takes four pixels at a time and leaves the last few to its scalar kernel.
 #include <emmintrin.h>
 
+#include <xmmintrin.h>
+
 #include <algorithm>
+#include <cstring>
 
 #include "video/kernels.h"
 
@@ -25,7 +28,24 @@ inline __m128i WithAlphaOf(__m128i pixels, __m128i colour) {
   return _mm_or_si128(_mm_and_si128(pixels, AlphaBytes()), _mm_andnot_si128(AlphaBytes(), colour));
 }
 
+// The address is computed as an integer: it may lie outside every object.
+inline void PrefetchAhead(const uint8_t* at, std::ptrdiff_t ahead) {
+  _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(at) + uintptr_t(ahead)), _MM_HINT_T0);
+}
+
 }  // namespace
+
+void MirrorRow(const uint8_t* source, uint8_t* out, int pixels, std::ptrdiff_t ahead) {
+  const std::size_t count = pixels > 0 ? std::size_t(pixels) : 0;
+  const uint8_t* end = source + 4 * count;
+  std::size_t x = 0;
+  for (; x + 16 <= count; x += 16) {
+    const uint8_t* from = end - 4 * (x + 16);
+    PrefetchAhead(from, ahead);
+    for (int k = 0; k < 4; ++k) Store(out + 4 * x + 16 * k, _mm_shuffle_epi32(Load(from + 48 - 16 * k), 0x1B));
+  }
+  for (; x < count; ++x) std::memcpy(out + 4 * x, end - 4 * (x + 1), 4);
+}
 
 void PosterizeRowArgbSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, const PosterizeTable& table) {
   const __m128i levels = _mm_set1_epi16(int16_t(table.levels));

@@ -95,10 +95,11 @@ VekStatus VI_FlipCanvas::Process(VekEffectInstance* instance) noexcept {
     frame.CopyRows();
     return VEK_S_OK;
   }
+  const std::ptrdiff_t nextRow = std::ptrdiff_t(frame.rowBytes) * frame.Rows().step;
   ForEachRow(frame.Rows(), [&](int y) {
     const uint8_t* from = frame.SourceRow(vertical ? frame.height - 1 - y : y);
     if (horizontal) {
-      MirrorRow(from, frame.OutputRow(y), frame.width);
+      MirrorRow(from, frame.OutputRow(y), frame.width, vertical ? -nextRow : nextRow);
     } else {
       std::copy(from, from + frame.rowBytes, frame.OutputRow(y));
     }
