@@ -240,7 +240,7 @@ TEST(ParamTables, RowsAreCompleteAndConsistentWithTheirTypes) {
   }
 }
 
-// The type of every row is pinned by the committed catalogue document; the animation flags are not.
+// The type of every row is pinned by the committed docs/effects.md; the animation flags are not.
 TEST(ParamTables, AnimatedRowsByType) {
   int numeric = 0, numericAnimated = 0, colourAnimated = 0, enumAnimated = 0, otherAnimated = 0;
   for (const VekEffectDescriptor& effect : Rows()) {
@@ -320,7 +320,7 @@ TEST(ParamTables, VideoEffectsEndWithTheSharedAreaAndSalientRows) {
   EXPECT_EQ(fullSets, 19);
 }
 
-// Each default is pinned with the whole table by the committed catalogue document.
+// Each default is pinned with the whole table by the committed docs/effects.md.
 TEST(ParamTables, TransitionsStartWithTheProgressRow) {
   for (const VekEffectDescriptor& effect : Rows()) {
     if (effect.words[VEK_WORD_CATEGORY] != VEK_CATEGORY_TRANSITION) continue;
