@@ -3,6 +3,7 @@
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -865,15 +866,16 @@ void RasterizerGen::ForEachRun(int rows, bool wholeImage, RunFn&& run) noexcept 
   }
   if (top > bottom) top = 0, bottom = height_ - 1;
   const Target target{colour_, anyDepth ? DepthBuffer() : nullptr, width_, 0};
-  const int firstRun = top / rows, touched = bottom / rows - firstRun + 1, allRuns = (height_ + rows - 1) / rows;
-  const int workers = std::max(1, std::min(workers_, touched));
+  const int firstRun = top / rows, lastRun = bottom / rows, allRuns = (height_ + rows - 1) / rows;
+  const int begin = wholeImage ? 0 : firstRun, end = wholeImage ? allRuns : lastRun + 1;
+  const int workers = std::max(1, std::min(workers_, end - begin));
+  // Runs cost very different amounts (a tilted card covers some rows far wider than others, and
+  // untouched runs only take the background), so each worker takes the next run when it is done
+  // with one rather than a fixed share. A run's result does not depend on who draws it.
+  std::atomic<int> next{begin};
   ParallelRows(workers, workers, [&](int worker0, int worker1) {
     for (int worker = worker0; worker < worker1; ++worker) {
-      int run0 = firstRun + int(int64_t(worker) * touched / workers);
-      int run1 = firstRun + int(int64_t(worker + 1) * touched / workers);
-      if (wholeImage && worker == 0) run0 = 0;
-      if (wholeImage && worker == workers - 1) run1 = allRuns;
-      for (int r = run0; r < run1; ++r) run(target, r * rows, std::min((r + 1) * rows, height_), worker);
+      for (int r = next++; r < end; r = next++) run(target, r * rows, std::min((r + 1) * rows, height_), worker);
     }
   });
   queued_ = 0;
