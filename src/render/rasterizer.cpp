@@ -849,9 +849,8 @@ void RasterizerGen::DrawRows(const Target& target, int y0, int y1) const noexcep
 }
 
 // The queued fills in runs of `rows` rows counted from row 0, either every run of the image or only
-// those that a fill touches: run(target, y0, y1, worker) for each. The workers share the touched
-// runs in order, the first and the last worker taking also those above and below; every pixel
-// gets the same fills in the same order whatever the split.
+// those that a fill touches: run(target, y0, y1, worker) for each. Every pixel gets the same fills
+// in the same order whichever worker draws its run.
 template <class RunFn>
 void RasterizerGen::ForEachRun(int rows, bool wholeImage, RunFn&& run) noexcept {
   if (!colour_ || (queued_ == 0 && !wholeImage)) {
