@@ -28,8 +28,12 @@ cmake --build "$build_dir" --parallel "$(nproc)"
 
 # A prefix of its own for this run, removed with wine's server when the tests are done.
 export WINEPREFIX=${TMPDIR:-/tmp}/vek-dsp-wine-$$ WINEDEBUG=-all
+# The prefix is made once before the tests: tests started together would otherwise race to create
+# it. Even so, wine now and then fails to start a program at all (no output, a failed exit), so a
+# failed test runs once more; a test that fails twice fails the run.
+cmake/wine-run.sh cmd /c exit
 status=0
-ctest --test-dir "$build_dir" --output-on-failure --timeout 120 --parallel "$(nproc)" || status=$?
+ctest --test-dir "$build_dir" --output-on-failure --timeout 120 --parallel "$(nproc)" --repeat until-pass:2 || status=$?
 wineserver -k 2>/dev/null || true
 rm -rf "$WINEPREFIX"
 exit $status
