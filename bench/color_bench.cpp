@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "effect_bench.h"
-#include "ratio_reporter.h"
 
 namespace vek::bench {
 namespace {
@@ -36,29 +35,29 @@ const Settings kEvery = {{1, 20, false}, {2, 15, false}, {3, 0.3f, true},  {4, 1
                          {7, 0.4f, true}, {8, 60, false}, {9, 40, false},  {10, 50, false}};
 
 // SSE4.1 has no gather, so a lookup per byte is the cheapest way through an arbitrary table.
-void ByteTablePass(benchmark::State& state, Size size) {
+void ByteTablePass(benchmark::State& state, Size size, BaselineKind baseline) {
   Frames frames(size);
   uint8_t table[256];
   for (int i = 0; i < 256; ++i) table[i] = uint8_t(255 - i / 2);
-  for (auto _ : state) {
+  TimeAgainst(state, baseline, frames, [&] {
     const uint8_t* source = frames.a.data();
     uint8_t* out = frames.out.data();
     for (std::size_t i = 0; i < frames.bytes; i += 4) {
       out[i] = table[source[i]], out[i + 1] = table[source[i + 1]], out[i + 2] = table[source[i + 2]];
       out[i + 3] = source[i + 3];
     }
-    benchmark::ClobberMemory();
-  }
+  });
 }
 
 [[maybe_unused]] const bool kRegistered = [] {
   const Size size{1920, 1080};
-  const std::string copy = RegisterBaselines(size).copy;
+  const Baseline copy = RegisterBaselines(size).copy;
   auto add = [&](const std::string& name, int hint, int workers, const Settings& settings) {
     const EffectSetup setup{"DSP_CO_ColorAdj", size, hint, 0, workers, Apply(settings)};
-    RegisterAgainst(name, copy, [setup](benchmark::State& s) { RenderEffect(s, setup); });
+    RegisterEffect(name, copy, setup);
   };
-  RegisterAgainst("ColorAdj/floor/byte-table", copy, [size](benchmark::State& s) { ByteTablePass(s, size); });
+  RegisterPaired("ColorAdj/floor/byte-table", copy,
+                 [size](benchmark::State& s, BaselineKind baseline) { ByteTablePass(s, size, baseline); });
   add("ColorAdj/defaults", 0, 1, {});
   for (int hint : {0, 3}) add(Name({"ColorAdj/tone/", hint ? "vector" : "scalar", "/workers1"}), hint, 1, kTone);
   const std::pair<const char*, Settings> stages[] = {{"light", {{8, 60, false}, {9, 40, false}}},

@@ -17,23 +17,43 @@ const VekEffectDescriptor& Row(std::string_view classId) {
   std::abort();
 }
 
-void BaselineCopy(benchmark::State& state, Size size) {
-  Frames frames(size);
-  for (auto _ : state) {
-    std::memcpy(frames.out.data(), frames.a.data(), frames.bytes);
-    benchmark::ClobberMemory();
-  }
+void BaselineCopy(Frames& frames) { std::memcpy(frames.out.data(), frames.a.data(), frames.bytes); }
+
+void BaselineReadTwoWriteOne(Frames& frames) {
+  const uint8_t *a = frames.a.data(), *b = frames.b.data();
+  uint8_t* out = frames.out.data();
+  for (std::size_t i = 0; i < frames.bytes; ++i) out[i] = uint8_t((a[i] + b[i]) >> 1);
 }
 
-// Reads two frames and writes one: the least any two-input transition must do.
-void BaselineReadTwoWriteOne(benchmark::State& state, Size size) {
-  Frames frames(size);
-  for (auto _ : state) {
-    const uint8_t *a = frames.a.data(), *b = frames.b.data();
-    uint8_t* out = frames.out.data();
-    for (std::size_t i = 0; i < frames.bytes; ++i) out[i] = uint8_t((a[i] + b[i]) >> 1);
-    benchmark::ClobberMemory();
-  }
+void RenderEffect(benchmark::State& state, const EffectSetup& setup, BaselineKind baseline) {
+  const VekEffectDescriptor& row = Row(setup.classId);
+  Frames frames(setup.size);
+  std::vector<uint8_t> privateBlock(row.privateBytes), values(1024);
+  VekEffectInstance instance{};
+  instance.descriptor = &row;
+  instance.privateBlock = privateBlock.data();
+  instance.paramValues = values.data();
+  instance.width = uint32_t(setup.size.width);
+  instance.height = uint32_t(setup.size.height);
+  instance.renderHint = setup.renderHint;
+  instance.fieldMode = setup.fieldMode;
+  instance.workerCount = setup.workers;
+  instance.colourLayout = setup.colourLayout;
+  instance.randomSeed = setup.randomSeed;
+  row.callbacks.init(&instance);
+  if (setup.configure) setup.configure(values.data());
+  if (row.callbacks.prepare(&instance) != VEK_S_OK) state.SkipWithError("Prepare failed");
+  VekInputSample a{}, b{};
+  a.privateBlock = b.privateBlock = privateBlock.data();
+  a.frame = frames.a.data();
+  b.frame = frames.b.data();
+  row.callbacks.setInput(0, &a);
+  row.callbacks.setInput(1, &b);
+  instance.output = frames.out.data();
+  TimeAgainst(state, baseline, frames, [&] {
+    if (row.callbacks.process(&instance) != VEK_S_OK) state.SkipWithError("Process failed");
+  });
+  row.callbacks.destroy(&instance);
 }
 
 }  // namespace
@@ -62,46 +82,39 @@ Frames::Frames(Size size) : bytes(std::size_t(size.width) * size.height * 4) {
   for (std::size_t i = 3; i < bytes; i += 16) b[i] = 128;
 }
 
-void RenderEffect(benchmark::State& state, const EffectSetup& setup) {
-  const VekEffectDescriptor& row = Row(setup.classId);
-  Frames frames(setup.size);
-  std::vector<uint8_t> privateBlock(row.privateBytes), values(1024);
-  VekEffectInstance instance{};
-  instance.descriptor = &row;
-  instance.privateBlock = privateBlock.data();
-  instance.paramValues = values.data();
-  instance.width = uint32_t(setup.size.width);
-  instance.height = uint32_t(setup.size.height);
-  instance.renderHint = setup.renderHint;
-  instance.fieldMode = setup.fieldMode;
-  instance.workerCount = setup.workers;
-  instance.colourLayout = setup.colourLayout;
-  instance.randomSeed = setup.randomSeed;
-  row.callbacks.init(&instance);
-  if (setup.configure) setup.configure(values.data());
-  if (row.callbacks.prepare(&instance) != VEK_S_OK) state.SkipWithError("Prepare failed");
-  VekInputSample a{}, b{};
-  a.privateBlock = b.privateBlock = privateBlock.data();
-  a.frame = frames.a.data();
-  b.frame = frames.b.data();
-  row.callbacks.setInput(0, &a);
-  row.callbacks.setInput(1, &b);
-  instance.output = frames.out.data();
-  for (auto _ : state) {
-    if (row.callbacks.process(&instance) != VEK_S_OK) state.SkipWithError("Process failed");
-    benchmark::ClobberMemory();
-  }
-  row.callbacks.destroy(&instance);
+void RunBaseline(BaselineKind kind, Frames& frames) {
+  if (kind == BaselineKind::kCopy) return BaselineCopy(frames);
+  BaselineReadTwoWriteOne(frames);
 }
 
-BaselineNames RegisterBaselines(Size size) {
+void RegisterPaired(const std::string& name, const Baseline& baseline,
+                    std::function<void(benchmark::State&, BaselineKind)> measure) {
+  SetBaseline(name, baseline.name);
+  benchmark::RegisterBenchmark(name.c_str(), [measure, kind = baseline.kind](benchmark::State& state) {
+    measure(state, kind);
+  })->UseManualTime();
+}
+
+void RegisterEffect(const std::string& name, const Baseline& baseline, const EffectSetup& setup) {
+  RegisterPaired(name, baseline, [setup](benchmark::State& state, BaselineKind kind) { RenderEffect(state, setup, kind); });
+}
+
+Baselines RegisterBaselines(Size size) {
   static std::set<std::string> registered;
-  BaselineNames names{Name({"memcpy/", size.Name()}), Name({"read2write1/", size.Name()})};
+  const Baselines baselines{{Name({"memcpy/", size.Name()}), BaselineKind::kCopy},
+                            {Name({"read2write1/", size.Name()}), BaselineKind::kReadTwoWriteOne}};
   if (registered.insert(size.Name()).second) {
-    RegisterBaseline(names.copy, [size](benchmark::State& s) { BaselineCopy(s, size); });
-    RegisterBaseline(names.readTwoWriteOne, [size](benchmark::State& s) { BaselineReadTwoWriteOne(s, size); });
+    for (const Baseline& baseline : {baselines.copy, baselines.readTwoWriteOne}) {
+      RegisterBaseline(baseline.name, [size, kind = baseline.kind](benchmark::State& state) {
+        Frames frames(size);
+        for (auto _ : state) {
+          RunBaseline(kind, frames);
+          benchmark::ClobberMemory();
+        }
+      });
+    }
   }
-  return names;
+  return baselines;
 }
 
 }  // namespace vek::bench

@@ -4,6 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -44,14 +45,64 @@ struct EffectSetup {
   uint32_t randomSeed = 0;
 };
 
-void RenderEffect(benchmark::State& state, const EffectSetup& setup);
+enum class BaselineKind { kCopy, kReadTwoWriteOne };
 
-// "memcpy/WxH" (one frame copied) and "read2write1/WxH" (two frames read, one written), registered
-// once per size; returns their names.
-struct BaselineNames {
-  std::string copy, readTwoWriteOne;
+// "memcpy/WxH" copies one frame; "read2write1/WxH" reads two frames and writes one, the least any
+// two-input transition must do.
+struct Baseline {
+  std::string name;
+  BaselineKind kind;
 };
-BaselineNames RegisterBaselines(Size size);
+struct Baselines {
+  Baseline copy, readTwoWriteOne;
+};
+// Registers both baselines once per size, on their own, for their absolute times.
+Baselines RegisterBaselines(Size size);
+
+void RunBaseline(BaselineKind kind, Frames& frames);
+
+// The machine's memory speed drifts by a factor of two and more within a run as other tenants come
+// and go, so a case measured minutes after its baseline can be off by that much. The two are measured
+// in alternating rounds of a few milliseconds instead, on the same frames, each side's round opened by
+// untimed calls that settle the caches for what follows: running a case and its baseline call by call
+// would charge the baseline for whatever the case evicted. The case's time is the work's; its "ratio"
+// counter is the work's total time over the baseline's, and "baseline_ms" the baseline's mean.
+template <class Work>
+void TimeAgainst(benchmark::State& state, BaselineKind baseline, Frames& frames, Work&& work) {
+  using Clock = std::chrono::steady_clock;
+  constexpr int kRound = 8, kSettle = 2;
+  const auto timed = [](auto&& call) {
+    const Clock::time_point start = Clock::now();
+    call();
+    benchmark::ClobberMemory();
+    return Clock::now() - start;
+  };
+  const auto runBaseline = [&] { RunBaseline(baseline, frames); };
+  Clock::duration workTime{}, baselineTime{};
+  int64_t baselineRuns = 0, done = 0;
+  for (auto _ : state) {
+    if (done++ % kRound == 0) {
+      for (int i = 0; i < kSettle; ++i) timed(runBaseline);
+      for (int i = 0; i < kRound; ++i, ++baselineRuns) baselineTime += timed(runBaseline);
+      for (int i = 0; i < kSettle; ++i) timed(work);
+    }
+    const Clock::duration time = timed(work);
+    workTime += time;
+    state.SetIterationTime(std::chrono::duration<double>(time).count());
+  }
+  if (baselineRuns == 0 || baselineTime.count() <= 0) return;
+  const double meanBaseline = std::chrono::duration<double>(baselineTime).count() / double(baselineRuns);
+  const double meanWork = std::chrono::duration<double>(workTime).count() / double(done);
+  state.counters["ratio"] = meanWork / meanBaseline;
+  state.counters["baseline_ms"] = meanBaseline * 1e3;
+}
+
+// Registers `name`, measured by `measure` against `baseline` iteration by iteration.
+void RegisterPaired(const std::string& name, const Baseline& baseline,
+                    std::function<void(benchmark::State&, BaselineKind)> measure);
+
+// One effect's Process, called as a host calls it, against `baseline`.
+void RegisterEffect(const std::string& name, const Baseline& baseline, const EffectSetup& setup);
 
 // Case names joined part by part (GCC 12 warns falsely on chains of std::string operator+).
 std::string Name(std::initializer_list<std::string_view> parts);

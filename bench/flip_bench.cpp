@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "effect_bench.h"
-#include "ratio_reporter.h"
 #include "render/mesh_scene.h"
 #include "render/trig.h"
 
@@ -49,21 +48,16 @@ struct SlabScene {
   bool ok;
 };
 
-void DrawSlab(benchmark::State& state, Size size, bool supersample, float p, int workers) {
+void DrawSlab(benchmark::State& state, Size size, bool supersample, float p, int workers, BaselineKind baseline) {
   SlabScene slab(size, supersample, p, workers);
   if (!slab.ok) state.SkipWithError("the scene could not be set up");
-  for (auto _ : state) {
-    slab.scene.Draw(0);
-    benchmark::ClobberMemory();
-  }
+  TimeAgainst(state, baseline, slab.frames, [&] { slab.scene.Draw(0); });
 }
 
 [[maybe_unused]] const bool kRegistered = [] {
   const Size size{1920, 1080};
-  const std::string copy = RegisterBaselines(size).copy;
-  auto add = [&](const std::string& name, EffectSetup setup) {
-    RegisterAgainst(name, copy, [setup](benchmark::State& s) { RenderEffect(s, setup); });
-  };
+  const Baseline copy = RegisterBaselines(size).copy;
+  auto add = [&](const std::string& name, const EffectSetup& setup) { RegisterEffect(name, copy, setup); };
   struct Motion {
     const char* name;
     const char* effect;
@@ -86,10 +80,10 @@ void DrawSlab(benchmark::State& state, Size size, bool supersample, float p, int
   }
   for (int workers : {1, 2}) {
     const std::string suffix = Name({"/p0.3/workers", std::to_string(workers)});
-    RegisterAgainst(Name({"SlabStages/supersampled", suffix}), copy,
-                    [=](benchmark::State& s) { DrawSlab(s, size, true, 0.3f, workers); });
-    RegisterAgainst(Name({"SlabStages/fill-only-2x", suffix}), copy,
-                    [=](benchmark::State& s) { DrawSlab(s, size, false, 0.3f, workers); });
+    RegisterPaired(Name({"SlabStages/supersampled", suffix}), copy,
+                   [=](benchmark::State& s, BaselineKind baseline) { DrawSlab(s, size, true, 0.3f, workers, baseline); });
+    RegisterPaired(Name({"SlabStages/fill-only-2x", suffix}), copy,
+                   [=](benchmark::State& s, BaselineKind baseline) { DrawSlab(s, size, false, 0.3f, workers, baseline); });
   }
   return true;
 }();

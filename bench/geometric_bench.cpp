@@ -5,7 +5,6 @@
 #include <string>
 
 #include "effect_bench.h"
-#include "ratio_reporter.h"
 
 namespace vek::bench {
 namespace {
@@ -20,7 +19,7 @@ struct Family {
 
 [[maybe_unused]] const bool kRegistered = [] {
   const Size size{1920, 1080};
-  const BaselineNames baselines = RegisterBaselines(size);
+  const Baselines baselines = RegisterBaselines(size);
   const std::initializer_list<const char*> directions = {"Up", "Down", "Left", "Right"};
   const Family families[] = {
       {"DSP_TR_Wipe", "Wipe", directions, true},
@@ -51,8 +50,7 @@ struct Family {
                                     std::memcpy(values, &progress, sizeof progress);
                                     if (*optionName) std::memcpy(values + 4, &option, sizeof option);
                                   }};
-          RegisterAgainst(name, family.copies ? baselines.copy : baselines.readTwoWriteOne,
-                          [setup](benchmark::State& s) { RenderEffect(s, setup); });
+          RegisterEffect(name, family.copies ? baselines.copy : baselines.readTwoWriteOne, setup);
         }
       }
       ++option;

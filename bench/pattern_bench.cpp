@@ -4,7 +4,6 @@
 #include <string>
 
 #include "effect_bench.h"
-#include "ratio_reporter.h"
 
 namespace vek::bench {
 namespace {
@@ -45,15 +44,14 @@ constexpr Case kCases[] = {
 // Prepared once with a fixed seed, as a host does before the first frame; then one Process a frame.
 [[maybe_unused]] const bool kRegistered = [] {
   const Size size{1920, 1080};
-  const std::string copy = RegisterBaselines(size).copy;
+  const Baseline copy = RegisterBaselines(size).copy;
   for (const Case& c : kCases) {
     const auto values = [c](uint8_t* block) {
       std::memcpy(block, &c.progress, sizeof c.progress);
       std::memcpy(block + 4, &c.choice, sizeof c.choice);  // beyond the rows of a one-parameter effect: unread
     };
     const EffectSetup setup{c.classId, size, 0, 0, 1, values, c.colourLayout, 1234};
-    RegisterAgainst(Name({"Pattern/", c.name, "/", size.Name()}), copy,
-                    [setup](benchmark::State& s) { RenderEffect(s, setup); });
+    RegisterEffect(Name({"Pattern/", c.name, "/", size.Name()}), copy, setup);
   }
   return true;
 }();

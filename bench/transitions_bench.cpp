@@ -1,25 +1,21 @@
 // The cut, the cross-fade and the lay-over at 1920x1080 and 3840x2160, scalar and vector, whole
 // frame and one field, each beside the plain loops it is measured against.
 #include "effect_bench.h"
-#include "ratio_reporter.h"
 
 namespace vek::bench {
 namespace {
 
 [[maybe_unused]] const bool kRegistered = [] {
   for (Size size : {Size{1920, 1080}, Size{3840, 2160}}) {
-    const BaselineNames baselines = RegisterBaselines(size);
+    const Baselines baselines = RegisterBaselines(size);
     for (int field : {0, 1}) {
       const std::string suffix = Name({"/", size.Name(), field ? "/field" : "/frame"});
-      auto add = [&](const std::string& name, const std::string& baseline, EffectSetup setup) {
-        RegisterAgainst(name, baseline, [setup](benchmark::State& s) { RenderEffect(s, setup); });
-      };
       for (int hint : {0, 3}) {
-        add(Name({"Fade/", hint ? "vector" : "scalar", suffix}), baselines.readTwoWriteOne,
+        RegisterEffect(Name({"Fade/", hint ? "vector" : "scalar", suffix}), baselines.readTwoWriteOne,
             {"DSP_TR_Fade", size, hint, field, 1, {}});
       }
-      add(Name({"NoEffect", suffix}), baselines.copy, {"DSP_TR_NoEffect", size, 0, field, 1, {}});
-      add(Name({"Blending", suffix}), baselines.readTwoWriteOne, {"DSP_TR_Blending", size, 0, field, 1, {}});
+      RegisterEffect(Name({"NoEffect", suffix}), baselines.copy, {"DSP_TR_NoEffect", size, 0, field, 1, {}});
+      RegisterEffect(Name({"Blending", suffix}), baselines.readTwoWriteOne, {"DSP_TR_Blending", size, 0, field, 1, {}});
     }
   }
   return true;

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "effect_bench.h"
-#include "ratio_reporter.h"
 #include "video/kernels.h"
 
 namespace vek::bench {
@@ -17,10 +16,8 @@ template <class T> std::function<void(uint8_t*)> Store(std::size_t offset, T val
 
 [[maybe_unused]] const bool kRegistered = [] {
   const Size size{1920, 1080};
-  const std::string copy = RegisterBaselines(size).copy;
-  auto add = [&](const std::string& name, EffectSetup setup) {
-    RegisterAgainst(name, copy, [setup](benchmark::State& s) { RenderEffect(s, setup); });
-  };
+  const Baseline copy = RegisterBaselines(size).copy;
+  auto add = [&](const std::string& name, const EffectSetup& setup) { RegisterEffect(name, copy, setup); };
   for (int workers : {1, 2}) {
     add(Name({"Posterize/argb/workers", std::to_string(workers)}), {"DSP_VI_Posterize", size, 0, 0, workers, {}});
   }
@@ -34,24 +31,24 @@ template <class T> std::function<void(uint8_t*)> Store(std::size_t offset, T val
   }
   // The count the first three corrections start with, alone: the least they can cost. A frame is
   // counted byte by byte, or as pairs of bytes 0 and 1 with byte 2 alone and the pairs split after.
-  RegisterAgainst("ColourHistogram/bytes", copy, [size](benchmark::State& s) {
-    const Frames frames(size);
-    for (auto _ : s) {
+  RegisterPaired("ColourHistogram/bytes", copy, [size](benchmark::State& s, BaselineKind baseline) {
+    Frames frames(size);
+    TimeAgainst(s, baseline, frames, [&] {
       uint32_t histograms[3][256] = {};
       CountColourBytes(frames.a.data(), frames.bytes / 4, histograms);
       benchmark::DoNotOptimize(histograms);
-    }
+    });
   });
-  RegisterAgainst("ColourHistogram/pairs", copy, [size](benchmark::State& s) {
-    const Frames frames(size);
+  RegisterPaired("ColourHistogram/pairs", copy, [size](benchmark::State& s, BaselineKind baseline) {
+    Frames frames(size);
     std::vector<uint32_t> pairs(65536);
-    for (auto _ : s) {
+    TimeAgainst(s, baseline, frames, [&] {
       uint32_t histograms[3][256] = {};
       std::fill(pairs.begin(), pairs.end(), 0u);
       CountColourPairs(frames.a.data(), frames.bytes / 4, pairs.data(), histograms[2]);
       SplitPairCounts(pairs.data(), histograms[0], histograms[1]);
       benchmark::DoNotOptimize(histograms);
-    }
+    });
   });
   add("Mosaic/box", {"DSP_VI_Mosaic", size, 0, 0, 1, {}});
   add("Mosaic/circle", {"DSP_VI_Mosaic", size, 0, 0, 1, Store(24, int32_t(1))});
