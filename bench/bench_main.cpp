@@ -47,7 +47,9 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
 }  // namespace
 
-void SetBaseline(const std::string& name, const std::string& baseline) { Baselines()[name] = baseline; }
+void SetBaseline(const std::string& name, const std::string& baseline) {
+  Baselines()[name] = baseline;
+}
 
 }  // namespace vek::bench
 

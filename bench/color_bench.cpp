@@ -31,7 +31,7 @@ std::function<void(uint8_t*)> Apply(Settings settings) {
 }
 
 const Settings kTone = {{1, 30, false}, {7, 0.5f, true}};
-const Settings kEvery = {{1, 20, false}, {2, 15, false}, {3, 0.3f, true},  {4, 1.4f, true}, {5, 1.2f, true},
+const Settings kEvery = {{1, 20, false},  {2, 15, false}, {3, 0.3f, true}, {4, 1.4f, true}, {5, 1.2f, true},
                          {7, 0.4f, true}, {8, 60, false}, {9, 40, false},  {10, 50, false}};
 
 // SSE4.1 has no gather, so a lookup per byte is the cheapest way through an arbitrary table.

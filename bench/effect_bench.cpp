@@ -17,7 +17,9 @@ const VekEffectDescriptor& Row(std::string_view classId) {
   std::abort();
 }
 
-void BaselineCopy(Frames& frames) { std::memcpy(frames.out.data(), frames.a.data(), frames.bytes); }
+void BaselineCopy(Frames& frames) {
+  std::memcpy(frames.out.data(), frames.a.data(), frames.bytes);
+}
 
 void BaselineReadTwoWriteOne(Frames& frames) {
   const uint8_t *a = frames.a.data(), *b = frames.b.data();
@@ -25,7 +27,10 @@ void BaselineReadTwoWriteOne(Frames& frames) {
   for (std::size_t i = 0; i < frames.bytes; ++i) out[i] = uint8_t((a[i] + b[i]) >> 1);
 }
 
-void RenderEffect(benchmark::State& state, const EffectSetup& setup, BaselineKind baseline) {
+// Sets up one instance on its own frames as a host does, and hands `measure` the frames, the
+// instance and a call of its Process.
+template <class Measure>
+void WithEffect(benchmark::State& state, const EffectSetup& setup, Measure&& measure) {
   const VekEffectDescriptor& row = Row(setup.classId);
   Frames frames(setup.size);
   std::vector<uint8_t> privateBlock(row.privateBytes), values(1024);
@@ -50,7 +55,7 @@ void RenderEffect(benchmark::State& state, const EffectSetup& setup, BaselineKin
   row.callbacks.setInput(0, &a);
   row.callbacks.setInput(1, &b);
   instance.output = frames.out.data();
-  TimeAgainst(state, baseline, frames, [&] {
+  measure(frames, instance, [&] {
     if (row.callbacks.process(&instance) != VEK_S_OK) state.SkipWithError("Process failed");
   });
   row.callbacks.destroy(&instance);
@@ -58,7 +63,9 @@ void RenderEffect(benchmark::State& state, const EffectSetup& setup, BaselineKin
 
 }  // namespace
 
-std::string Size::Name() const { return bench::Name({std::to_string(width), "x", std::to_string(height)}); }
+std::string Size::Name() const {
+  return bench::Name({std::to_string(width), "x", std::to_string(height)});
+}
 
 std::string Name(std::initializer_list<std::string_view> parts) {
   std::string name;
@@ -96,7 +103,28 @@ void RegisterPaired(const std::string& name, const Baseline& baseline,
 }
 
 void RegisterEffect(const std::string& name, const Baseline& baseline, const EffectSetup& setup) {
-  RegisterPaired(name, baseline, [setup](benchmark::State& state, BaselineKind kind) { RenderEffect(state, setup, kind); });
+  RegisterPaired(name, baseline, [setup](benchmark::State& state, BaselineKind kind) {
+    WithEffect(state, setup,
+               [&](Frames& frames, VekEffectInstance&, auto process) { TimeAgainst(state, kind, frames, process); });
+  });
+}
+
+void RegisterWorkerSpeedUp(const std::string& name, const EffectSetup& setup) {
+  SetBaseline(name, "the same, 1 worker");
+  benchmark::RegisterBenchmark(name.c_str(), [setup](benchmark::State& state) {
+    WithEffect(state, setup, [&](Frames&, VekEffectInstance& instance, auto process) {
+      TimeAgainst(
+          state,
+          [&] {
+            instance.workerCount = 1;
+            process();
+          },
+          [&] {
+            instance.workerCount = setup.workers;
+            process();
+          });
+    });
+  })->UseManualTime();
 }
 
 Baselines RegisterBaselines(Size size) {

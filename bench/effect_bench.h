@@ -67,8 +67,8 @@ void RunBaseline(BaselineKind kind, Frames& frames);
 // untimed calls that settle the caches for what follows: running a case and its baseline call by call
 // would charge the baseline for whatever the case evicted. The case's time is the work's; its "ratio"
 // counter is the work's total time over the baseline's, and "baseline_ms" the baseline's mean.
-template <class Work>
-void TimeAgainst(benchmark::State& state, BaselineKind baseline, Frames& frames, Work&& work) {
+template <class Baseline, class Work>
+void TimeAgainst(benchmark::State& state, Baseline&& baseline, Work&& work) {
   using Clock = std::chrono::steady_clock;
   constexpr int kRound = 8, kSettle = 2;
   const auto timed = [](auto&& call) {
@@ -77,13 +77,12 @@ void TimeAgainst(benchmark::State& state, BaselineKind baseline, Frames& frames,
     benchmark::ClobberMemory();
     return Clock::now() - start;
   };
-  const auto runBaseline = [&] { RunBaseline(baseline, frames); };
   Clock::duration workTime{}, baselineTime{};
   int64_t baselineRuns = 0, done = 0;
   for (auto _ : state) {
     if (done++ % kRound == 0) {
-      for (int i = 0; i < kSettle; ++i) timed(runBaseline);
-      for (int i = 0; i < kRound; ++i, ++baselineRuns) baselineTime += timed(runBaseline);
+      for (int i = 0; i < kSettle; ++i) timed(baseline);
+      for (int i = 0; i < kRound; ++i, ++baselineRuns) baselineTime += timed(baseline);
       for (int i = 0; i < kSettle; ++i) timed(work);
     }
     const Clock::duration time = timed(work);
@@ -97,12 +96,21 @@ void TimeAgainst(benchmark::State& state, BaselineKind baseline, Frames& frames,
   state.counters["baseline_ms"] = meanBaseline * 1e3;
 }
 
+template <class Work>
+void TimeAgainst(benchmark::State& state, BaselineKind baseline, Frames& frames, Work&& work) {
+  TimeAgainst(
+      state, [&] { RunBaseline(baseline, frames); }, work);
+}
+
 // Registers `name`, measured by `measure` against `baseline` iteration by iteration.
 void RegisterPaired(const std::string& name, const Baseline& baseline,
                     std::function<void(benchmark::State&, BaselineKind)> measure);
 
 // One effect's Process, called as a host calls it, against `baseline`.
 void RegisterEffect(const std::string& name, const Baseline& baseline, const EffectSetup& setup);
+// The same effect with `setup.workers` workers against one worker on the same instance and frames:
+// the ratio is the inverse of the speed-up.
+void RegisterWorkerSpeedUp(const std::string& name, const EffectSetup& setup);
 
 // Case names joined part by part (GCC 12 warns falsely on chains of std::string operator+).
 std::string Name(std::initializer_list<std::string_view> parts);

@@ -1,7 +1,7 @@
-// The flip transitions at 1920x1080, every motion, with one and two workers, beside memcpy of one
-// frame, and the renderer's stages apart: the supersampled drawing of the slab (set-up, 2 x 2
-// background, fill, reduction) and the same fill drawn straight into a frame of twice the size
-// (set-up, background and fill).
+// The flip transitions at 1920x1080, every motion: one worker beside memcpy of one frame, two
+// workers beside one worker on the same instance; and the renderer's stages apart: the supersampled drawing of the slab
+// (set-up, 2 x 2 background, fill, reduction) and the same fill drawn straight into a frame of twice the size (set-up,
+// background and fill).
 #include <cstring>
 #include <string>
 #include <vector>
@@ -57,7 +57,6 @@ void DrawSlab(benchmark::State& state, Size size, bool supersample, float p, int
 [[maybe_unused]] const bool kRegistered = [] {
   const Size size{1920, 1080};
   const Baseline copy = RegisterBaselines(size).copy;
-  auto add = [&](const std::string& name, const EffectSetup& setup) { RegisterEffect(name, copy, setup); };
   struct Motion {
     const char* name;
     const char* effect;
@@ -72,18 +71,21 @@ void DrawSlab(benchmark::State& state, Size size, bool supersample, float p, int
                             {"FlipTwo/HeadTail", "DSP_TR_3DFlipTwo", 2}};
   for (const Motion& motion : motions) {
     for (const char* progress : {"0.3", "0.7"}) {
-      for (int workers : {1, 2}) {
-        add(Name({motion.name, "/p", progress, "/workers", std::to_string(workers)}),
-            {motion.effect, size, 3, 0, workers, Values(std::stof(progress), motion.choice)});
-      }
+      const std::string name = Name({motion.name, "/p", progress});
+      RegisterEffect(Name({name, "/workers1"}), copy,
+                     {motion.effect, size, 3, 0, 1, Values(std::stof(progress), motion.choice)});
+      RegisterWorkerSpeedUp(Name({name, "/workers2-vs-1"}),
+                            {motion.effect, size, 3, 0, 2, Values(std::stof(progress), motion.choice)});
     }
   }
   for (int workers : {1, 2}) {
     const std::string suffix = Name({"/p0.3/workers", std::to_string(workers)});
-    RegisterPaired(Name({"SlabStages/supersampled", suffix}), copy,
-                   [=](benchmark::State& s, BaselineKind baseline) { DrawSlab(s, size, true, 0.3f, workers, baseline); });
-    RegisterPaired(Name({"SlabStages/fill-only-2x", suffix}), copy,
-                   [=](benchmark::State& s, BaselineKind baseline) { DrawSlab(s, size, false, 0.3f, workers, baseline); });
+    RegisterPaired(Name({"SlabStages/supersampled", suffix}), copy, [=](benchmark::State& s, BaselineKind baseline) {
+      DrawSlab(s, size, true, 0.3f, workers, baseline);
+    });
+    RegisterPaired(Name({"SlabStages/fill-only-2x", suffix}), copy, [=](benchmark::State& s, BaselineKind baseline) {
+      DrawSlab(s, size, false, 0.3f, workers, baseline);
+    });
   }
   return true;
 }();

@@ -43,9 +43,8 @@ struct Family {
       for (float progress : {0.2f, 0.5f, 0.8f}) {
         for (int field : {0, 1}) {
           if (field == 1 && progress != 0.5f) continue;
-          const std::string name =
-              Name({family.name, *optionName ? "/" : "", optionName, "/p", std::to_string(progress).substr(0, 3),
-                    field ? "/field/" : "/", size.Name()});
+          const std::string name = Name({family.name, *optionName ? "/" : "", optionName, "/p",
+                                         std::to_string(progress).substr(0, 3), field ? "/field/" : "/", size.Name()});
           const EffectSetup setup{family.classId, size, family.renderHint, field, 1, [=](uint8_t* values) {
                                     std::memcpy(values, &progress, sizeof progress);
                                     if (*optionName) std::memcpy(values + 4, &option, sizeof option);

@@ -12,7 +12,7 @@ namespace {
       const std::string suffix = Name({"/", size.Name(), field ? "/field" : "/frame"});
       for (int hint : {0, 3}) {
         RegisterEffect(Name({"Fade/", hint ? "vector" : "scalar", suffix}), baselines.readTwoWriteOne,
-            {"DSP_TR_Fade", size, hint, field, 1, {}});
+                       {"DSP_TR_Fade", size, hint, field, 1, {}});
       }
       RegisterEffect(Name({"NoEffect", suffix}), baselines.copy, {"DSP_TR_NoEffect", size, 0, field, 1, {}});
       RegisterEffect(Name({"Blending", suffix}), baselines.readTwoWriteOne, {"DSP_TR_Blending", size, 0, field, 1, {}});

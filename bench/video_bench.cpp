@@ -10,7 +10,8 @@
 namespace vek::bench {
 namespace {
 
-template <class T> std::function<void(uint8_t*)> Store(std::size_t offset, T value) {
+template <class T>
+std::function<void(uint8_t*)> Store(std::size_t offset, T value) {
   return [=](uint8_t* values) { std::memcpy(values + offset, &value, sizeof value); };
 }
 
