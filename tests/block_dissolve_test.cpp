@@ -72,10 +72,11 @@ struct Pattern {
 const Pattern kPatterns[] = {{"DSP_TR_DissolveType", 3, ExpectedDissolve}, {"DSP_TR_Collapse", 4, ExpectedCollapse}};
 
 // Widths below 80 make the finest blocks one pixel; the tallest frame is higher than the bands the
-// collapse is built in. The field mode is not read: every call renders the whole frame.
+// collapse is built in, and the largest one of the frame sizes that are written with streaming
+// stores. The field mode is not read: every call renders the whole frame.
 TEST(BlockPatterns, FramesFollowTheSeededPatternInEveryFieldMode) {
   for (const Pattern& pattern : kPatterns) {
-    for (auto [width, height] : {std::pair{79, 13}, {200, 23}, {90, 150}}) {
+    for (auto [width, height] : {std::pair{79, 13}, {200, 23}, {90, 150}, {1031, 1019}}) {
       Frame a = Frame::Random(width, height, 7), b = Frame::Random(width, height, 8);
       for (int type = 0; type < pattern.types; ++type) {
         TransitionRun run(pattern.classId, width, height, RecordSetup{0, type % 3});

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "transitions/kernels.h"
+#include "transitions/row_runs.h"
 #include "transitions/transition.h"
 #include "transitions/transitions.h"
 
@@ -237,6 +238,7 @@ VekStatus TR_DissolveType::Process(VekEffectInstance* instance) noexcept {
   // Row of blocks by row of blocks: neighbouring blocks that show the same source form one run, so
   // a row is a few runs, alternately from A and B, found once for all the rows of the blocks.
   const std::size_t side = std::size_t(state.blockSize), width = std::size_t(frame.width);
+  const RunWriter writer = RunWriter::For(frame);
   int32_t* runEnds = state.ranks + std::size_t(state.across) * std::size_t(state.down);
   for (int32_t by = 0; by < state.down; ++by) {
     const int32_t* ranks = state.ranks + std::size_t(by) * std::size_t(state.across);
@@ -254,11 +256,12 @@ VekStatus TR_DissolveType::Process(VekEffectInstance* instance) noexcept {
       const std::size_t offset = std::size_t(y) * frame.rowBytes;
       for (int k = 0, from = 0; k < runs; from = runEnds[k++]) {
         const uint8_t* source = (k % 2 == 0) == firstShowsA ? frame.sourceA : frame.sourceB;
-        CopyPixels(source + offset, from, frame.output + offset, from, runEnds[k] - from,
-                   std::ptrdiff_t(frame.rowBytes));
+        writer.copy(source + offset, from, frame.output + offset, from, runEnds[k] - from,
+                    std::ptrdiff_t(frame.rowBytes));
       }
     }
   }
+  writer.Finish();
   return VEK_S_OK;
 }
 

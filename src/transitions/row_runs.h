@@ -1,5 +1,6 @@
-// Rows assembled from runs of the two sources, shared by the wipes, pushes and strips: how a frame's
-// runs are written, and the layouts of the pushes, where every output row is two shifted pieces.
+// Rows assembled from runs of the two sources, shared by the wipes, pushes, strips and the block
+// dissolve: how a frame's runs are written, and the layouts of the pushes, where every output row is
+// two shifted pieces.
 #pragma once
 
 #include <cstddef>
