@@ -67,8 +67,8 @@ void RunBaseline(BaselineKind kind, Frames& frames);
 // untimed calls that settle the caches for what follows: running a case and its baseline call by call
 // would charge the baseline for whatever the case evicted. The case's time is the work's; its "ratio"
 // counter is the work's total time over the baseline's, and "baseline_ms" the baseline's mean.
-template <class Baseline, class Work>
-void TimeAgainst(benchmark::State& state, Baseline&& baseline, Work&& work) {
+template <class BaselineCall, class Work>
+void TimeAgainst(benchmark::State& state, BaselineCall&& baseline, Work&& work) {
   using Clock = std::chrono::steady_clock;
   constexpr int kRound = 8, kSettle = 2;
   const auto timed = [](auto&& call) {
@@ -102,7 +102,7 @@ void TimeAgainst(benchmark::State& state, BaselineKind baseline, Frames& frames,
       state, [&] { RunBaseline(baseline, frames); }, work);
 }
 
-// Registers `name`, measured by `measure` against `baseline` iteration by iteration.
+// Registers `name`, which `measure` times against `baseline` with TimeAgainst.
 void RegisterPaired(const std::string& name, const Baseline& baseline,
                     std::function<void(benchmark::State&, BaselineKind)> measure);
 
