@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "effect_run.h"
+#include "video/kernels.h"
 
 namespace {
 
@@ -48,9 +49,12 @@ struct Options {
   vek::test::RenderMode mode = {};
 };
 
-Frame Mosaic(Frame& source, int across, int down, Options options = {}) {
+// Block counts beyond the rows' ranges are written as a host may still send them.
+Frame Mosaic(Frame& source, int32_t across, int32_t down, Options options = {}) {
   EffectRun run("DSP_VI_Mosaic");
-  run.Set("P1", std::to_string(across)).Set("P2", std::to_string(down)).Set("P3", options.area).Set("P4", options.type);
+  run.Set("P3", options.area).Set("P4", options.type);
+  std::memcpy(run.Instance().Values(), &across, sizeof across);
+  std::memcpy(run.Instance().Values() + sizeof across, &down, sizeof down);
   run.Instance().Record().alphaAware = options.alphaAware;
   if (!options.bufferService) run.Instance().Record().bufferService = nullptr;
   return run.Render(source, options.mode);
@@ -113,6 +117,25 @@ TEST(Mosaic, BlocksAverageTheSourceBeneathThem) {
   const Frame largePlain = Mosaic(large, 32, 24), largeAware = Mosaic(large, 32, 24, {.alphaAware = true});
   ExpectAverages(large, largePlain, largeAware, 32, 24, 64, 48);
   ExpectAverages(large, largePlain, largeAware, 96, 72, 64, 48);
+}
+
+// Bands of up to 257 rows are summed by pixel column in 16 bits, taller ones block by block.
+TEST(Mosaic, TallBandsAverageLikeShortOnes) {
+  for (auto [height, tallest] : {std::pair{514, 257}, std::pair{520, 260}}) {
+    Frame white = Frame::Filled(64, height, 255);  // 257 rows of 255 fill 16 bits exactly
+    Frame random = Frame::Random(64, height, 10);
+    for (std::size_t p = 3; p < random.bytes.size(); p += 20) random.bytes[p] = 0;
+    const int32_t down = 120;  // bands of trunc(120 * height / 240) rows, the middle one of `tallest`
+    const int first = (height - tallest) / 2;
+    for (Frame* source : {&white, &random}) {
+      const Frame plain = Mosaic(*source, 32, down), aware = Mosaic(*source, 32, down, {.alphaAware = true});
+      for (int x : {0, 5, 53, 59}) {  // columns of 5, 9 of 6, 5
+        const int width = x == 0 || x == 59 ? 5 : 6;
+        ExpectAverages(*source, plain, aware, x, first, width, tallest);
+        ExpectAverages(*source, plain, aware, x, 0, width, first);
+      }
+    }
+  }
 }
 
 // Field modes and the layout change nothing: the whole frame is rendered.
@@ -215,6 +238,76 @@ TEST(BufferService, LendsWrapsAndTakesBack) {
   Frame source = Frame::Random(40, 30, 9);
   run.Set("P4", "circle").Render(source);
   EXPECT_EQ(run.Instance().Buffers().Outstanding(), 0) << "the effect gave back what it borrowed";
+}
+
+// The vector kernels against the scalar ones, on random pixels with a fifth of them transparent.
+std::vector<uint8_t> RandomPixels(std::size_t bytes, uint32_t seed) {
+  std::vector<uint8_t> pixels(bytes);
+  for (std::size_t i = 0; i < bytes; ++i) {
+    seed = seed * 1664525u + 1013904223u;
+    pixels[i] = uint8_t(seed >> 24);
+    if (i % 4 == 3 && (seed >> 8) % 5 == 0) pixels[i] = 0;
+  }
+  return pixels;
+}
+
+TEST(MosaicKernels, ColumnSumsMatchScalarAndBlockSums) {
+  constexpr int kStride = 80, kRows = 300;  // 20 pixels a row
+  const std::vector<uint8_t> pixels = RandomPixels(std::size_t(kStride) * kRows, 11);
+  for (bool opaqueOnly : {false, true}) {
+    for (int width : {1, 3, 4, 7, 13, 20}) {
+      for (int rows : {1, 2, 9, 12, 13, 25, 257}) {
+        const uint8_t* first = pixels.data() + 4 * (20 - width);
+        std::vector<uint16_t> sums(4 * width, 3), counts(width, 2);  // added to what they hold
+        std::vector<uint16_t> vectorSums = sums, vectorCounts = counts;
+        vek::AddColumnSums(first, kStride, width, rows, opaqueOnly, sums.data(), counts.data());
+        vek::AddColumnSumsSse2(first, kStride, width, rows, opaqueOnly, vectorSums.data(), vectorCounts.data());
+        EXPECT_EQ(vectorSums, sums) << width << " x " << rows << (opaqueOnly ? ", opaque only" : "");
+        EXPECT_EQ(vectorCounts, counts) << width << " x " << rows << (opaqueOnly ? ", opaque only" : "");
+
+        uint32_t block[4], vectorBlock[4], total[4] = {0, 0, 0, 0}, counted = 0;
+        const uint32_t count = vek::SumBlock(first, kStride, width, rows, opaqueOnly, block);
+        EXPECT_EQ(vek::SumBlockSse2(first, kStride, width, rows, opaqueOnly, vectorBlock), count);
+        for (int x = 0; x < width; ++x) {
+          for (int c = 0; c < 4; ++c) total[c] += sums[4 * x + c] - 3u;
+          counted += counts[x] - 2u;
+        }
+        EXPECT_EQ(opaqueOnly ? counted : uint32_t(width * rows), count) << width << " x " << rows;
+        for (int c = 0; c < 4; ++c) {
+          EXPECT_EQ(vectorBlock[c], block[c]) << width << " x " << rows << ", byte " << c;
+          EXPECT_EQ(total[c], block[c]) << width << " x " << rows << ", byte " << c;
+        }
+      }
+    }
+  }
+}
+
+// Each span of a row, alone and with its mirror image, into a separate output and into the mosaic
+// itself.
+TEST(MosaicKernels, RoundBlendsMatchScalar) {
+  constexpr int kWidth = 40;
+  const std::vector<uint8_t> source = RandomPixels(4 * kWidth, 12), mosaic = RandomPixels(4 * kWidth, 13);
+  for (int areaWidth : {40, 39}) {
+    const float radiusX = areaWidth * 0.5f;
+    const vek::RoundMask mask{radiusX, 15.0f, radiusX, 15.0f, 15.0f, 1.5f};
+    const int mirror = areaWidth - 1;
+    for (int y : {0, 1, 7, 15}) {
+      for (int from = 0; from < 8; ++from) {
+        for (int to = from; to <= from + 11 && mirror + 1 - to >= to; ++to) {
+          std::vector<uint8_t> expected = mosaic, separate = mosaic, inPlace = mosaic;
+          vek::BlendRoundRow(source.data(), mosaic.data(), expected.data(), from, to, y, mask);
+          vek::BlendRoundRowSse2(source.data(), mosaic.data(), separate.data(), from, to, y, mask);
+          ASSERT_EQ(separate, expected) << areaWidth << " wide, row " << y << ", " << from << " .. " << to;
+          vek::BlendRoundRow(source.data(), mosaic.data(), expected.data(), mirror + 1 - to, mirror + 1 - from, y,
+                             mask);
+          vek::BlendRoundRowMirroredSse2(source.data(), mosaic.data(), separate.data(), from, to, mirror, y, mask);
+          vek::BlendRoundRowMirroredSse2(source.data(), inPlace.data(), inPlace.data(), from, to, mirror, y, mask);
+          ASSERT_EQ(separate, expected) << areaWidth << " wide, row " << y << ", " << from << " .. " << to;
+          ASSERT_EQ(inPlace, expected) << areaWidth << " wide, row " << y << ", " << from << " .. " << to;
+        }
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -127,6 +127,18 @@ uint32_t SumBlock(const uint8_t* first, std::size_t stride, int pixels, int rows
   return count;
 }
 
+void AddColumnSums(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly, uint16_t* sums,
+                   uint16_t* counts) {
+  for (int row = 0; row < rows; ++row, first += stride) {
+    for (int x = 0; x < pixels; ++x) {
+      const uint8_t* pixel = first + 4 * x;
+      if (opaqueOnly && pixel[3] == 0) continue;
+      for (int c = 0; c < 4; ++c) sums[4 * x + c] = uint16_t(sums[4 * x + c] + pixel[c]);
+      if (opaqueOnly) ++counts[x];
+    }
+  }
+}
+
 int RoundCoverage(const RoundMask& mask, int x, int y) {
   const float dx = (x + 0.5f - mask.centreX) / mask.radiusX, dy = (y + 0.5f - mask.centreY) / mask.radiusY;
   const float inside = (1.0f - std::sqrt(dx * dx + dy * dy)) * mask.reach / mask.edge;
@@ -139,6 +151,12 @@ void BlendRoundRow(const uint8_t* source, const uint8_t* over, uint8_t* out, int
     const int coverage = RoundCoverage(mask, x, y);
     for (int c = 4 * x; c < 4 * x + 4; ++c) out[c] = uint8_t(source[c] + (((over[c] - source[c]) * coverage) >> 8));
   }
+}
+
+void BlendRoundRowMirrored(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int mirror,
+                           int y, const RoundMask& mask) {
+  BlendRoundRow(source, over, out, from, to, y, mask);
+  BlendRoundRow(source, over, out, mirror + 1 - to, mirror + 1 - from, y, mask);
 }
 
 }  // namespace vek

@@ -77,6 +77,14 @@ void ContrastMaskRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels
 uint32_t SumBlock(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly, uint32_t sums[4]);
 uint32_t SumBlockSse2(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly,
                       uint32_t sums[4]);
+// The same sums kept per pixel: the four bytes of each of `pixels` pixels down `rows` rows added to
+// `sums` (four lanes a pixel). 16 bits hold `kColumnSumRows` rows of 255. When `opaqueOnly`, pixels
+// of alpha 0 add nothing and `counts` (one a pixel) gets how many did; otherwise it is not touched.
+constexpr int kColumnSumRows = 257;
+void AddColumnSums(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly, uint16_t* sums,
+                   uint16_t* counts);
+void AddColumnSumsSse2(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly, uint16_t* sums,
+                       uint16_t* counts);
 
 // An ellipse's coverage of pixel centres, 0 outside to 256 well inside: with d the pixel centre's
 // offset from the centre in radii, (1 - |d|) * reach / edge cut to 0..1, in 256ths.
@@ -90,5 +98,12 @@ void BlendRoundRow(const uint8_t* source, const uint8_t* over, uint8_t* out, int
                    const RoundMask& mask);
 void BlendRoundRowSse2(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
                        const RoundMask& mask);
+// BlendRoundRow on [from, to) and on its mirror image [mirror + 1 - to, mirror + 1 - from), where
+// `mirror` is 2 * centreX - 1, a whole number. A pixel centre and its mirror image lie the same exact
+// distance from the centre, so the vector kernel works the coverage out once for both.
+void BlendRoundRowMirrored(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int mirror,
+                           int y, const RoundMask& mask);
+void BlendRoundRowMirroredSse2(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int mirror,
+                               int y, const RoundMask& mask);
 
 }  // namespace vek

@@ -5,7 +5,9 @@
 #include <xmmintrin.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <utility>
 
 #include "video/kernels.h"
 
@@ -197,36 +199,134 @@ uint32_t SumBlockSse2(const uint8_t* first, std::size_t stride, int pixels, int 
   return opaqueLanes[0] + opaqueLanes[1] + opaqueLanes[2] + opaqueLanes[3];
 }
 
-// Four pixels at a time, the coverage with the scalar kernel's single-precision steps in lanes.
-void BlendRoundRowSse2(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
-                       const RoundMask& mask) {
-  const float dy = (y + 0.5f - mask.centreY) / mask.radiusY;
-  const __m128 dySquared = _mm_set1_ps(dy * dy), half = _mm_set1_ps(0.5f), one = _mm_set1_ps(1.0f);
-  const __m128 centre = _mm_set1_ps(mask.centreX), radius = _mm_set1_ps(mask.radiusX);
-  const __m128 reach = _mm_set1_ps(mask.reach), edge = _mm_set1_ps(mask.edge);
+namespace {
+
+// Rows are taken a group at a time, four pixels down the whole group before the next four: the
+// group's rows are read as side-by-side streams, and the sums go to memory once a group. A group's
+// rows are unrolled, so that no row costs a branch.
+constexpr int kLargestRowGroup = 12;
+
+template <int kRows, bool kOpaqueOnly>
+void AddColumnSumsOfGroup(const uint8_t* first, std::size_t stride, int quads, uint16_t* sums, uint16_t* counts) {
   const __m128i zero = _mm_setzero_si128();
-  // floor(d * c / 256) as the multiply-high of d * 128 and c * 2, neither beyond 16 bits.
-  auto blend = [&](__m128i s16, __m128i o16, __m128i twiceCoverage) {
-    return _mm_add_epi16(s16, _mm_mulhi_epi16(_mm_slli_epi16(_mm_sub_epi16(o16, s16), 7), twiceCoverage));
-  };
-  int x = from;
-  for (; x + 4 <= to; x += 4) {
+  for (int quad = 0; quad < quads; ++quad) {
+    const uint8_t* top = first + 16 * std::size_t(quad);
+    __m128i low = zero, high = zero, transparent = zero;
+    for (int row = 0; row < kRows; ++row) {
+      __m128i px = Load(top + std::size_t(row) * stride);
+      if (kOpaqueOnly) {
+        const __m128i clear = _mm_cmpeq_epi32(_mm_and_si128(px, AlphaBytes()), zero);
+        px = _mm_andnot_si128(clear, px);
+        transparent = _mm_sub_epi32(transparent, clear);
+      }
+      low = _mm_add_epi16(low, _mm_unpacklo_epi8(px, zero));
+      high = _mm_add_epi16(high, _mm_unpackhi_epi8(px, zero));
+    }
+    auto* lanes = reinterpret_cast<uint8_t*>(sums + 16 * std::size_t(quad));
+    Store(lanes, _mm_add_epi16(Load(lanes), low));
+    Store(lanes + 16, _mm_add_epi16(Load(lanes + 16), high));
+    if (kOpaqueOnly) {
+      auto* tally = reinterpret_cast<__m128i*>(counts + 4 * std::size_t(quad));
+      const __m128i opaque = _mm_sub_epi16(_mm_set1_epi16(kRows), _mm_packs_epi32(transparent, zero));
+      _mm_storel_epi64(tally, _mm_add_epi16(_mm_loadl_epi64(tally), opaque));
+    }
+  }
+}
+
+using ColumnSumsOfGroup = void (*)(const uint8_t*, std::size_t, int, uint16_t*, uint16_t*);
+
+template <bool kOpaqueOnly, int... k>
+constexpr std::array<ColumnSumsOfGroup, sizeof...(k)> GroupKernels(std::integer_sequence<int, k...>) {
+  return {&AddColumnSumsOfGroup<k + 1, kOpaqueOnly>...};
+}
+
+// By opacity rule, then by the number of rows less 1.
+constexpr std::array<ColumnSumsOfGroup, kLargestRowGroup> kGroupKernels[2] = {
+    GroupKernels<false>(std::make_integer_sequence<int, kLargestRowGroup>()),
+    GroupKernels<true>(std::make_integer_sequence<int, kLargestRowGroup>())};
+
+}  // namespace
+
+// The rows are shared out evenly among as few groups as hold them.
+void AddColumnSumsSse2(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly, uint16_t* sums,
+                       uint16_t* counts) {
+  if (pixels <= 0 || rows <= 0) return;
+  const int quads = pixels / 4, groups = (rows + kLargestRowGroup - 1) / kLargestRowGroup;
+  for (int group = 0, row = 0; group < groups; ++group) {
+    const int end = int(int64_t(rows) * (group + 1) / groups);
+    kGroupKernels[opaqueOnly][end - row - 1](first + std::size_t(row) * stride, stride, quads, sums, counts);
+    row = end;
+  }
+  AddColumnSums(first + 16 * std::size_t(quads), stride, pixels - 4 * quads, rows, opaqueOnly,
+                sums + 16 * std::size_t(quads), counts ? counts + 4 * std::size_t(quads) : nullptr);
+}
+
+namespace {
+
+// Four pixels at a time, the coverage with the scalar kernel's single-precision steps in lanes.
+class RoundBlender {
+ public:
+  RoundBlender(int y, const RoundMask& mask)
+      : dySquared_(_mm_set1_ps(Squared((y + 0.5f - mask.centreY) / mask.radiusY))),
+        centre_(_mm_set1_ps(mask.centreX)),
+        radius_(_mm_set1_ps(mask.radiusX)),
+        reach_(_mm_set1_ps(mask.reach)),
+        edge_(_mm_set1_ps(mask.edge)) {}
+
+  // Twice the coverage of pixels x .. x + 3, in the low four 16-bit lanes.
+  __m128i TwiceCoverage(int x) const {
     const __m128 column = _mm_cvtepi32_ps(_mm_setr_epi32(x, x + 1, x + 2, x + 3));
-    const __m128 dx = _mm_div_ps(_mm_sub_ps(_mm_add_ps(column, half), centre), radius);
-    const __m128 distance = _mm_sqrt_ps(_mm_add_ps(_mm_mul_ps(dx, dx), dySquared));
-    const __m128 inside = _mm_div_ps(_mm_mul_ps(_mm_sub_ps(one, distance), reach), edge);
+    const __m128 dx = _mm_div_ps(_mm_sub_ps(_mm_add_ps(column, _mm_set1_ps(0.5f)), centre_), radius_);
+    const __m128 distance = _mm_sqrt_ps(_mm_add_ps(_mm_mul_ps(dx, dx), dySquared_));
+    const __m128 inside = _mm_div_ps(_mm_mul_ps(_mm_sub_ps(_mm_set1_ps(1.0f), distance), reach_), edge_);
     const __m128 in256ths =
         _mm_min_ps(_mm_max_ps(_mm_mul_ps(inside, _mm_set1_ps(256.0f)), _mm_setzero_ps()), _mm_set1_ps(256.0f));
     const __m128i coverage = _mm_cvttps_epi32(in256ths);
-    const __m128i twice16 = _mm_packs_epi32(_mm_add_epi32(coverage, coverage), zero);
+    return _mm_packs_epi32(_mm_add_epi32(coverage, coverage), _mm_setzero_si128());
+  }
+
+  // Pixels x .. x + 3, each by its lane of `twice16`.
+  static void Blend(const uint8_t* source, const uint8_t* over, uint8_t* out, int x, __m128i twice16) {
+    const __m128i zero = _mm_setzero_si128();
+    // floor(d * c / 256) as the multiply-high of d * 128 and c * 2, neither beyond 16 bits.
+    auto blend = [](__m128i s16, __m128i o16, __m128i twiceCoverage) {
+      return _mm_add_epi16(s16, _mm_mulhi_epi16(_mm_slli_epi16(_mm_sub_epi16(o16, s16), 7), twiceCoverage));
+    };
     const __m128i pairs = _mm_unpacklo_epi16(twice16, twice16);  // c0 c0 c1 c1 c2 c2 c3 c3
-    const __m128i s = Load(source + 4 * x), o = Load(over + 4 * x);
+    const __m128i s = Load(source + 4 * std::ptrdiff_t(x)), o = Load(over + 4 * std::ptrdiff_t(x));
     const __m128i low = blend(_mm_unpacklo_epi8(s, zero), _mm_unpacklo_epi8(o, zero), _mm_unpacklo_epi32(pairs, pairs));
     const __m128i high =
         blend(_mm_unpackhi_epi8(s, zero), _mm_unpackhi_epi8(o, zero), _mm_unpackhi_epi32(pairs, pairs));
-    Store(out + 4 * x, _mm_packus_epi16(low, high));
+    Store(out + 4 * std::ptrdiff_t(x), _mm_packus_epi16(low, high));
   }
+
+ private:
+  static float Squared(float value) { return value * value; }
+
+  __m128 dySquared_, centre_, radius_, reach_, edge_;
+};
+
+}  // namespace
+
+void BlendRoundRowSse2(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
+                       const RoundMask& mask) {
+  const RoundBlender blender(y, mask);
+  int x = from;
+  for (; x + 4 <= to; x += 4) RoundBlender::Blend(source, over, out, x, blender.TwiceCoverage(x));
   BlendRoundRow(source, over, out, x, to, y, mask);
+}
+
+// Four pixels and their four mirror images, the latter in reverse order.
+void BlendRoundRowMirroredSse2(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int mirror,
+                               int y, const RoundMask& mask) {
+  const RoundBlender blender(y, mask);
+  int x = from;
+  for (; x + 4 <= to; x += 4) {
+    const __m128i twice16 = blender.TwiceCoverage(x);
+    RoundBlender::Blend(source, over, out, x, twice16);
+    RoundBlender::Blend(source, over, out, mirror - x - 3, _mm_shufflelo_epi16(twice16, 0x1B));
+  }
+  BlendRoundRowMirrored(source, over, out, x, to, mirror, y, mask);
 }
 
 }  // namespace vek

@@ -2,6 +2,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
+#include <new>
+#include <numeric>
 #include <optional>
 
 #include "video/kernels.h"
@@ -93,6 +96,10 @@ void CopyColumns(const uint8_t* from, uint8_t* to, int start, int end) {
 // The blocks over the source: each gets the average of the source beneath it, and every other
 // pixel is the source's. The blocks follow one another without overlapping, so each row of a band
 // of blocks is the source outside the blocks' columns and a copy of the band's first row inside.
+// A band is summed pixel column by pixel column across its whole width, row after row, into
+// per-pixel sums that each block then adds up: reading the frame block by block would jump a row
+// ahead every few pixels. Bands taller than the per-pixel sums hold, or any band when there is no
+// room for those sums, are summed block by block.
 class BlockPainter {
  public:
   BlockPainter(const VideoFrame& frame, const BlockRun& columns, int x0, int x1, bool alphaAware)
@@ -107,6 +114,8 @@ class BlockPainter {
       }
       covered_.length = span.End() - covered_.start;
     }
+    // Four sums and a count a pixel.
+    if (covered_.length > 0) columnSums_.reset(new (std::nothrow) uint16_t[5 * std::size_t(covered_.length)]);
   }
 
   bool AnyColumn() const { return covered_.length > 0; }
@@ -119,9 +128,15 @@ class BlockPainter {
   void PaintBand(Span rows) const {
     uint8_t* first = frame_.OutputRow(rows.start);
     CopyOutside(rows.start);
+    const bool byPixelColumn = columnSums_ && rows.length <= kColumnSumRows;
+    if (byPixelColumn) {
+      std::fill_n(columnSums_.get(), 5 * std::size_t(covered_.length), uint16_t(0));
+      AddColumnSumsSse2(frame_.SourceRow(rows.start) + 4 * std::size_t(covered_.start), frame_.rowBytes,
+                        covered_.length, rows.length, alphaAware_, columnSums_.get(), CountsOfColumns());
+    }
     for (int column = 0; column < columns_.count; ++column) {
       const Span span = Column(column);
-      if (span.Drawn()) FillAverage(first, span, rows);
+      if (span.Drawn()) FillAverage(first, span, rows, byPixelColumn);
     }
     for (int y = rows.start + 1; y < rows.End(); ++y) {
       CopyOutside(y);
@@ -152,11 +167,31 @@ class BlockPainter {
     CopyColumns(source, out, covered_.End(), frame_.width);
   }
 
+  uint16_t* CountsOfColumns() const { return columnSums_.get() + 4 * std::size_t(covered_.length); }
+
+  // The sums of a block, from the band's per-pixel sums or from the source, and how many pixels
+  // they count. Both wrap round past 32 bits alike.
+  uint32_t SumOfBlock(Span columns, Span rows, bool byPixelColumn, uint32_t (&sums)[4]) const {
+    if (!byPixelColumn) {
+      return SumBlockSse2(frame_.SourceRow(rows.start) + 4 * std::size_t(columns.start), frame_.rowBytes,
+                          columns.length, rows.length, alphaAware_, sums);
+    }
+    const std::size_t from = std::size_t(columns.start - covered_.start), to = from + std::size_t(columns.length);
+    const uint16_t* lanes = columnSums_.get();
+    uint32_t total[4] = {0, 0, 0, 0};
+    for (std::size_t x = from; x < to; ++x) {
+      for (int c = 0; c < 4; ++c) total[c] += lanes[4 * x + c];
+    }
+    std::copy_n(total, 4, sums);
+    if (!alphaAware_) return uint32_t(columns.length) * uint32_t(rows.length);
+    const uint16_t* counts = CountsOfColumns();
+    return std::accumulate(counts + from, counts + to, uint32_t(0));
+  }
+
   // The average of the source under a block, written over the block's part of the band's first row.
-  void FillAverage(uint8_t* first, Span columns, Span rows) const {
+  void FillAverage(uint8_t* first, Span columns, Span rows, bool byPixelColumn) const {
     uint32_t sums[4];
-    const uint32_t count = SumBlockSse2(frame_.SourceRow(rows.start) + 4 * std::size_t(columns.start), frame_.rowBytes,
-                                        columns.length, rows.length, alphaAware_, sums);
+    const uint32_t count = SumOfBlock(columns, rows, byPixelColumn, sums);
     uint8_t average[4] = {0, 0, 0, 0};
     if (count > 0) {
       for (int c = 0; c < 3; ++c) average[c] = uint8_t(sums[c] / count);
@@ -173,6 +208,7 @@ class BlockPainter {
   bool alphaAware_;
   Span covered_ = {0, 0};  // from the first drawn column to the end of the last
   bool gapless_ = true;
+  std::unique_ptr<uint16_t[]> columnSums_;  // over the covered columns; null when not to be had
 };
 
 // The images the circle type composites with, lent by the host's buffer service: the output
@@ -300,7 +336,8 @@ class CircleKeeper {
  public:
   CircleKeeper(VekObject* service, const VideoFrame& frame, int x0, int y0, int width, int height)
       : frame_(frame), images_(service, frame), mask_(InscribedMask(x0, y0, width, height)), x0_(x0),
-        x1_(std::min(x0 + width, frame.width)), y0_(y0), y1_(std::min(y0 + height, frame.height)) {}
+        x1_(std::min(x0 + width, frame.width)), y0_(y0), y1_(std::min(y0 + height, frame.height)),
+        mirror_(2 * x0 + width - 1) {}
 
   void KeepRows(int from, int to) const {
     for (int y = std::max(from, y0_); y < std::min(to, y1_); ++y) KeepRow(y);
@@ -315,16 +352,29 @@ class CircleKeeper {
     const uint8_t* source = frame_.SourceRow(y);
     const RowCoverage row = CoverageOfRow(mask_, y, x0_, x1_);
     CopyColumns(source, target, x0_, row.rimStart);
-    BlendRoundRowSse2(source, mosaic, target, row.rimStart, row.fullStart, y, mask_);
+    if (MirrorImages(row)) {
+      BlendRoundRowMirroredSse2(source, mosaic, target, row.rimStart, row.fullStart, mirror_, y, mask_);
+    } else {  // the frame cuts the rectangle, or the two edges meet in the middle column
+      BlendRoundRowSse2(source, mosaic, target, row.rimStart, row.fullStart, y, mask_);
+      BlendRoundRowSse2(source, mosaic, target, row.fullEnd, row.rimEnd, y, mask_);
+    }
     if (work) CopyColumns(work, target, row.fullStart, row.fullEnd);
-    BlendRoundRowSse2(source, mosaic, target, row.fullEnd, row.rimEnd, y, mask_);
     CopyColumns(source, target, row.rimEnd, x1_);
+  }
+
+  // Whether the rim's right part is the mirror image of its left. Pixel centres are exact in single
+  // precision below 2^22, and there a column x and its image mirror_ - x lie the same distance from
+  // the centre, so they have the same coverage.
+  bool MirrorImages(const RowCoverage& row) const {
+    return mirror_ < (1 << 22) && row.fullEnd == mirror_ + 1 - row.fullStart &&
+           row.rimEnd == mirror_ + 1 - row.rimStart;
   }
 
   const VideoFrame& frame_;
   CircleImages images_;
   RoundMask mask_;
   int x0_, x1_, y0_, y1_;
+  int mirror_;  // twice the ellipse's centre column, less 1
 };
 
 }  // namespace
