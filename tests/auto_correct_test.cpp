@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "effect_run.h"
@@ -174,6 +175,25 @@ TEST(Equalize, OneRisingTableWithALimitedSlope) {
   for (int in = 101; in < 132; ++in) ASSERT_GE(mapped[in], mapped[in - 1]) << in;
   EXPECT_LT(mapped[131], 255);
   EXPECT_GE(mapped[131] - mapped[100], 12);
+}
+
+// Large frames look bytes 0 and 1 up as pairs: the same bytes as three single lookups, on an odd
+// count and in place.
+TEST(Equalize, PairLookUpGivesTheByteLookUpsBytes) {
+  const Frame source = Frame::Random(257, 3, 12);
+  const Frame tableBytes = Frame::Random(64, 1, 13);
+  uint8_t table[256];
+  std::copy_n(tableBytes.bytes.begin(), 256, table);
+  const auto paired = std::make_unique<vek::PairedColourTable>();
+  vek::PlacePairedTable(table, *paired);
+  const std::size_t pixels = source.bytes.size() / 4;
+  std::vector<uint8_t> bytes(source.bytes.size()), pairs(source.bytes.size());
+  vek::LookUpColourBytes(source.bytes.data(), bytes.data(), pixels, vek::PlaceTable(table));
+  vek::LookUpColourPairs(source.bytes.data(), pairs.data(), pixels, *paired);
+  EXPECT_EQ(pairs, bytes);
+  std::vector<uint8_t> inPlace = source.bytes;
+  vek::LookUpColourPairs(inPlace.data(), inPlace.data(), pixels, *paired);
+  EXPECT_EQ(inPlace, bytes);
 }
 
 // Every grey with every colour byte that can come with it, at degrees inside the row's range and

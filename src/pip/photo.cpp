@@ -14,7 +14,8 @@ CPhoto::CPhoto(const uint8_t* original, uint8_t* pixels, int width, int height, 
       workers_(workers),
       pixelCount_(std::size_t(width) * std::size_t(height)) {}
 
-template <class Apply> void CPhoto::ForEachBand(Apply&& apply) const noexcept {
+template <class Apply>
+void CPhoto::ForEachBand(Apply&& apply) const noexcept {
   const std::size_t rowPixels = std::size_t(width_);
   vek::ParallelRows(workers_, height_, [&](int y0, int y1) {
     const std::size_t at = std::size_t(y0) * rowPixels * 4;
@@ -24,7 +25,8 @@ template <class Apply> void CPhoto::ForEachBand(Apply&& apply) const noexcept {
 
 namespace {
 
-// Below this many pixels, clearing and splitting the pair counts costs more than they save.
+// Below this many pixels, clearing and splitting the pair counts, or filling the pair table, costs
+// more than they save.
 constexpr std::size_t kPairedFrom = std::size_t(1) << 18;
 
 // Large bands count bytes 0 and 1 as pairs, when the pair counts can be had.
@@ -63,8 +65,8 @@ void CPhoto::CountAllChannels(Histogram& all) const noexcept {
 
 namespace vek {
 
-Stretch StretchBetweenCuts(const CPhoto::Histogram& histogram, uint32_t total, float blackFraction,
-                           float whiteFraction, int minimumSpread) noexcept {
+Stretch StretchBetweenCuts(const CPhoto::Histogram& histogram, uint32_t total, float blackFraction, float whiteFraction,
+                           int minimumSpread) noexcept {
   const uint32_t blackCount = uint32_t(float(total) * blackFraction);
   const uint32_t whiteCount = uint32_t(float(total) * whiteFraction);
   int low = 0, high = 255;
@@ -109,8 +111,7 @@ int CPhoto::LevelsStretch(float blackFraction, float whiteFraction) noexcept {
 int CPhoto::ContrastStretch(float blackFraction, float whiteFraction) noexcept {
   Histogram all;
   CountAllChannels(all);
-  const vek::Stretch stretch =
-      vek::StretchBetweenCuts(all, uint32_t(3 * pixelCount_), blackFraction, whiteFraction, 2);
+  const vek::Stretch stretch = vek::StretchBetweenCuts(all, uint32_t(3 * pixelCount_), blackFraction, whiteFraction, 2);
   const vek::Stretch stretches[3] = {stretch, stretch, stretch};
   ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
     vek::StretchRowSse2(source, out, pixels, stretches);
@@ -156,6 +157,16 @@ int CPhoto::Equalize() noexcept {
   }
   uint8_t table[256];
   for (int i = 0; i < 256; ++i) table[i] = uint8_t(entry[i]);
+  // Large frames look bytes 0 and 1 up as pairs, when the pair table can be had.
+  const std::unique_ptr<vek::PairedColourTable> paired(
+      pixelCount_ >= kPairedFrom ? new (std::nothrow) vek::PairedColourTable : nullptr);
+  if (paired) {
+    vek::PlacePairedTable(table, *paired);
+    ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
+      vek::LookUpColourPairs(source, out, pixels, *paired);
+    });
+    return 1;
+  }
   const vek::ColourTable placed = vek::PlaceTable(table);
   ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
     vek::LookUpColourBytes(source, out, pixels, placed);

@@ -17,11 +17,13 @@ ColourTable PlaceTable(const uint8_t (&table)[256]) {
   return placed;
 }
 
-// Two pixels a store. The indices are loaded byte by byte from memory, which leaves the arithmetic
-// units to the lookups; both pixels are read before either is written, so `out` may be `source`.
-void LookUpColourBytes(const uint8_t* source, uint8_t* out, std::size_t pixels, const ColourTable& table) {
-  const auto& placed = table.placed;
-  auto colours = [&](const uint8_t* pixel) { return placed[0][pixel[0]] | placed[1][pixel[1]] | placed[2][pixel[2]]; };
+namespace {
+
+// Two pixels a store, the colour bytes from `colours` of each pixel's address and alpha copied. The
+// indices are loaded byte by byte from memory, which leaves the arithmetic units to the lookups; both
+// pixels are read before either is written, so `out` may be `source`.
+template <class Colours>
+void LookUpTwoAtATime(const uint8_t* source, uint8_t* out, std::size_t pixels, Colours colours) {
   std::size_t x = 0;
   for (; x + 2 <= pixels; x += 2) {
     uint64_t pair;
@@ -35,6 +37,28 @@ void LookUpColourBytes(const uint8_t* source, uint8_t* out, std::size_t pixels, 
     pixel = (pixel & 0xFF000000u) | colours(source + 4 * x);
     std::memcpy(out + 4 * x, &pixel, 4);
   }
+}
+
+}  // namespace
+
+void LookUpColourBytes(const uint8_t* source, uint8_t* out, std::size_t pixels, const ColourTable& table) {
+  const auto& placed = table.placed;
+  LookUpTwoAtATime(source, out, pixels, [&](const uint8_t* pixel) {
+    return placed[0][pixel[0]] | placed[1][pixel[1]] | placed[2][pixel[2]];
+  });
+}
+
+void PlacePairedTable(const uint8_t (&table)[256], PairedColourTable& paired) {
+  for (uint32_t i = 0; i < 65536; ++i) paired.pairs[i] = uint16_t(table[i & 0xFF] | table[i >> 8] << 8);
+  for (int i = 0; i < 256; ++i) paired.third[i] = uint32_t(table[i]) << 16;
+}
+
+void LookUpColourPairs(const uint8_t* source, uint8_t* out, std::size_t pixels, const PairedColourTable& table) {
+  LookUpTwoAtATime(source, out, pixels, [&](const uint8_t* pixel) {
+    uint16_t first;  // bytes 0 and 1 as stored: byte 0 low on the little-endian targets
+    std::memcpy(&first, pixel, sizeof first);
+    return uint32_t(table.pairs[first]) | table.third[pixel[2]];
+  });
 }
 
 PosterizeTable BuildPosterizeTable(uint32_t levels) {
