@@ -131,6 +131,76 @@ struct DoorColumns {
   int groups;
 };
 
+// How many groups reach row y: the first ones, as tops grow from the hinge to the opening. So the
+// doors cover a run of columns from each edge, longer toward the middle rows, and the wedges beside
+// the opening, top and bottom alike, show B.
+int DrawnGroups(const DoorColumns& columns, int h, int y) {
+  const int fromEdge = std::min(y, h - 1 - y);
+  int drawn = 0;
+  while (drawn < columns.groups && columns.groupTop[drawn] <= fromEdge) ++drawn;
+  return drawn;
+}
+
+void CopyWedges(const TransitionFrame& frame, int door, int opening, int covered, int y) {
+  CopyPixels(frame.RowB(y), covered, frame.OutputRow(y), covered, door + opening - covered);
+  CopyPixels(frame.RowB(y), frame.width - door, frame.OutputRow(y), frame.width - door, door - covered);
+}
+
+// Narrow groups: each is drawn down the frame, so that the lines of A and of the output that one
+// group leaves are still cached for the next. A column of height H takes all h rows of A: before
+// each pixel, while the error is at least H, it steps one source row on; then adds h. The walk goes
+// down rows far apart in memory, which no hardware prefetcher follows, so the lines a few rows
+// ahead are asked for here.
+void DrawDoorsDownGroups(const TransitionFrame& frame, const DoorColumns& columns, int door, int opening) {
+  const int w = frame.width, h = frame.height;
+  constexpr int kAhead = 8;
+  for (int g = 0; g < columns.groups; ++g) {
+    const int top = columns.groupTop[g], height = h - 2 * top;
+    const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
+    const std::size_t leftAt = std::size_t(columns.left[c0]) * 4, rightAt = std::size_t(columns.right[door - c1]) * 4;
+    for (int y = top, row = 0, error = 0; y < h - top; ++y) {
+      while (error >= height) error -= height, ++row;
+      error += h;
+      const uint8_t* rowA = frame.RowA(row);
+      uint8_t* out = frame.OutputRow(y);
+      if (row + kAhead < h) {
+        __builtin_prefetch(frame.RowA(row + kAhead) + leftAt);
+        __builtin_prefetch(frame.RowA(row + kAhead) + rightAt);
+      }
+      if (y + kAhead < h) {
+        __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(c0) * 4, 1);
+        __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(w - c1) * 4, 1);
+      }
+      GatherPixels(rowA, columns.left + c0, out + std::size_t(c0) * 4, c1 - c0);
+      GatherPixels(rowA, columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0);
+    }
+  }
+  for (int y = 0; y < h; ++y) CopyWedges(frame, door, opening, columns.groupStart[DrawnGroups(columns, h, y)], y);
+}
+
+// Wide groups: row by row, left to right, so that the output is written in order. Group g's row y
+// takes A's row (y - top) * h / (h - 2 * top), where the walk down the group arrives.
+void DrawDoorsAlongRows(const TransitionFrame& frame, const DoorColumns& columns, int door, int opening) {
+  const int w = frame.width, h = frame.height;
+  for (int y = 0; y < h; ++y) {
+    const int drawn = DrawnGroups(columns, h, y);
+    uint8_t* out = frame.OutputRow(y);
+    const auto sourceRow = [&](int g) {
+      const int top = columns.groupTop[g];
+      return frame.RowA(int(int64_t(y - top) * h / (h - 2 * top)));
+    };
+    for (int g = 0; g < drawn; ++g) {
+      const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
+      GatherPixels(sourceRow(g), columns.left + c0, out + std::size_t(c0) * 4, c1 - c0);
+    }
+    CopyWedges(frame, door, opening, columns.groupStart[drawn], y);
+    for (int g = drawn - 1; g >= 0; --g) {
+      const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
+      GatherPixels(sourceRow(g), columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0);
+    }
+  }
+}
+
 }  // namespace
 
 // Always the whole frame, whatever the field mode.
@@ -163,42 +233,13 @@ VekStatus TR_Door::Process(VekEffectInstance* instance) noexcept {
   }
   columns.groupStart[columns.groups] = door;
 
-  // A group's columns are drawn down the frame, so that the lines of A and of the output that one
-  // group leaves are still cached for the next: a column of height H takes all h rows of A, and
-  // before each pixel, while the error is at least H, it steps one source row on; then adds h.
-  // The walk goes down rows far apart in memory, which no hardware prefetcher follows, so the lines
-  // a few rows ahead are asked for here.
-  constexpr int kAhead = 8;
-  for (int g = 0; g < columns.groups; ++g) {
-    const int top = columns.groupTop[g], height = h - 2 * top;
-    const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
-    const std::size_t leftAt = std::size_t(columns.left[c0]) * 4, rightAt = std::size_t(columns.right[door - c1]) * 4;
-    for (int y = top, row = 0, error = 0; y < h - top; ++y) {
-      while (error >= height) error -= height, ++row;
-      error += h;
-      const uint8_t* rowA = frame.RowA(row);
-      uint8_t* out = frame.OutputRow(y);
-      if (row + kAhead < h) {
-        __builtin_prefetch(frame.RowA(row + kAhead) + leftAt);
-        __builtin_prefetch(frame.RowA(row + kAhead) + rightAt);
-      }
-      if (y + kAhead < h) {
-        __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(c0) * 4, 1);
-        __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(w - c1) * 4, 1);
-      }
-      GatherPixels(rowA, columns.left + c0, out + std::size_t(c0) * 4, c1 - c0);
-      GatherPixels(rowA, columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0);
-    }
-  }
-  // The doors cover a run of columns from each edge, longer toward the middle rows (tops grow from
-  // the hinge to the opening); the wedges beside the opening, top and bottom alike, show B.
-  for (int y = 0, g = 0; y < h; ++y) {
-    const int fromEdge = std::min(y, h - 1 - y);
-    while (g < columns.groups && columns.groupTop[g] <= fromEdge) ++g;
-    while (g > 0 && columns.groupTop[g - 1] > fromEdge) --g;
-    const int covered = columns.groupStart[g];
-    CopyPixels(frame.RowB(y), covered, frame.OutputRow(y), covered, door + opening - covered);
-    CopyPixels(frame.RowB(y), w - door, frame.OutputRow(y), w - door, door - covered);
+  // Row by row pays once the groups are 8 pixels wide or more on average; narrower ones read too
+  // many rows of A for each output row.
+  constexpr int kRowWiseGroupWidth = 8;
+  if (door >= kRowWiseGroupWidth * columns.groups) {
+    DrawDoorsAlongRows(frame, columns, door, opening);
+  } else {
+    DrawDoorsDownGroups(frame, columns, door, opening);
   }
   std::free(block);
   return VEK_S_OK;
