@@ -119,12 +119,18 @@ TEST(Mosaic, BlocksAverageTheSourceBeneathThem) {
   ExpectAverages(large, largePlain, largeAware, 96, 72, 64, 48);
 }
 
+// Random pixels with every fifth one transparent.
+Frame PartlyClear(int width, int height, uint32_t seed) {
+  Frame frame = Frame::Random(width, height, seed);
+  for (std::size_t p = 3; p < frame.bytes.size(); p += 20) frame.bytes[p] = 0;
+  return frame;
+}
+
 // Bands of up to 257 rows are summed by pixel column in 16 bits, taller ones block by block.
 TEST(Mosaic, TallBandsAverageLikeShortOnes) {
   for (auto [height, tallest] : {std::pair{514, 257}, std::pair{520, 260}}) {
     Frame white = Frame::Filled(64, height, 255);  // 257 rows of 255 fill 16 bits exactly
-    Frame random = Frame::Random(64, height, 10);
-    for (std::size_t p = 3; p < random.bytes.size(); p += 20) random.bytes[p] = 0;
+    Frame random = PartlyClear(64, height, 10);
     const int32_t down = 120;  // bands of trunc(120 * height / 240) rows, the middle one of `tallest`
     const int first = (height - tallest) / 2;
     for (Frame* source : {&white, &random}) {
@@ -240,20 +246,10 @@ TEST(BufferService, LendsWrapsAndTakesBack) {
   EXPECT_EQ(run.Instance().Buffers().Outstanding(), 0) << "the effect gave back what it borrowed";
 }
 
-// The vector kernels against the scalar ones, on random pixels with a fifth of them transparent.
-std::vector<uint8_t> RandomPixels(std::size_t bytes, uint32_t seed) {
-  std::vector<uint8_t> pixels(bytes);
-  for (std::size_t i = 0; i < bytes; ++i) {
-    seed = seed * 1664525u + 1013904223u;
-    pixels[i] = uint8_t(seed >> 24);
-    if (i % 4 == 3 && (seed >> 8) % 5 == 0) pixels[i] = 0;
-  }
-  return pixels;
-}
-
+// The vector kernels against the scalar ones, on random pixels with every fifth one transparent.
 TEST(MosaicKernels, ColumnSumsMatchScalarAndBlockSums) {
   constexpr int kStride = 80, kRows = 300;  // 20 pixels a row
-  const std::vector<uint8_t> pixels = RandomPixels(std::size_t(kStride) * kRows, 11);
+  const std::vector<uint8_t> pixels = PartlyClear(kStride / 4, kRows, 11).bytes;
   for (bool opaqueOnly : {false, true}) {
     for (int width : {1, 3, 4, 7, 13, 20}) {
       for (int rows : {1, 2, 9, 12, 13, 25, 257}) {
@@ -286,7 +282,7 @@ TEST(MosaicKernels, ColumnSumsMatchScalarAndBlockSums) {
 // itself.
 TEST(MosaicKernels, RoundBlendsMatchScalar) {
   constexpr int kWidth = 40;
-  const std::vector<uint8_t> source = RandomPixels(4 * kWidth, 12), mosaic = RandomPixels(4 * kWidth, 13);
+  const std::vector<uint8_t> source = PartlyClear(kWidth, 1, 12).bytes, mosaic = PartlyClear(kWidth, 1, 13).bytes;
   for (int areaWidth : {40, 39}) {
     const float radiusX = areaWidth * 0.5f;
     const vek::RoundMask mask{radiusX, 15.0f, radiusX, 15.0f, 15.0f, 1.5f};
