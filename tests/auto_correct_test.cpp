@@ -196,6 +196,28 @@ TEST(Equalize, PairLookUpGivesTheByteLookUpsBytes) {
   EXPECT_EQ(inPlace, bytes);
 }
 
+// The AVX-512 lookup behind the corrections and posterize, where the processor has it: each colour
+// byte through its own table, alpha kept, for every length of the masked last step, in place too,
+// and nothing written past the run.
+TEST(ChannelLookUps, VectorKernelUsesEachColourBytesOwnTable) {
+  if (!vek::ByteTableVectorsUsable()) GTEST_SKIP() << "no AVX-512 byte permutes on this processor";
+  const Frame tableBytes = Frame::Random(192, 1, 21);
+  vek::ChannelTables tables;
+  std::copy_n(tableBytes.bytes.begin(), sizeof tables.channel, &tables.channel[0][0]);
+  const Frame source = Frame::Random(16 * 4 + 15, 1, 22);
+  for (std::size_t pixels = 16 * 4 - 1; pixels <= 16 * 4 + 15; ++pixels) {
+    std::vector<uint8_t> out(source.bytes.size(), 0xA5), inPlace = source.bytes;
+    vek::LookUpChannelsVbmi(source.bytes.data(), out.data(), pixels, tables);
+    vek::LookUpChannelsVbmi(inPlace.data(), inPlace.data(), pixels, tables);
+    for (std::size_t i = 0; i < out.size(); ++i) {
+      const uint8_t in = source.bytes[i];
+      const uint8_t want = i >= 4 * pixels ? 0xA5 : i % 4 == 3 ? in : tables.channel[i % 4][in];
+      ASSERT_EQ(out[i], want) << pixels << " pixels, byte " << i;
+      ASSERT_EQ(inPlace[i], i >= 4 * pixels ? in : want) << pixels << " pixels in place, byte " << i;
+    }
+  }
+}
+
 // Every grey with every colour byte that can come with it, at degrees inside the row's range and
 // beyond it (written raw), where the products wrap in 32 bits.
 TEST(ContrastMask, DegreeBlendsTheInvertedGreyOverlay) {

@@ -1,5 +1,6 @@
 #include "pip/photo.h"
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <new>
@@ -101,10 +102,32 @@ int CPhoto::LevelsStretch(float blackFraction, float whiteFraction) noexcept {
     stretches[channel] =
         vek::StretchBetweenCuts(histograms[channel], uint32_t(pixelCount_), blackFraction, whiteFraction, 16);
   }
+  ApplyStretches(stretches);
+  return 1;
+}
+
+void CPhoto::LookUpChannels(const vek::ChannelTables& tables) noexcept {
+  ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
+    vek::LookUpChannelsVbmi(source, out, pixels, tables);
+  });
+}
+
+// A stretch is a function of the byte alone: as a table it costs one vector lookup where the
+// processor has them.
+void CPhoto::ApplyStretches(const vek::Stretch (&stretches)[3]) noexcept {
+  if (vek::ByteTableVectorsUsable()) {
+    vek::ChannelTables tables;
+    for (int channel = 0; channel < 3; ++channel) {
+      for (int value = 0; value < 256; ++value) {
+        tables.channel[channel][value] = vek::Stretched(stretches[channel], value);
+      }
+    }
+    LookUpChannels(tables);
+    return;
+  }
   ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
     vek::StretchRowSse2(source, out, pixels, stretches);
   });
-  return 1;
 }
 
 // Kept on purpose: the minimum spread is 2 here against 16 for the levels stretch.
@@ -113,9 +136,7 @@ int CPhoto::ContrastStretch(float blackFraction, float whiteFraction) noexcept {
   CountAllChannels(all);
   const vek::Stretch stretch = vek::StretchBetweenCuts(all, uint32_t(3 * pixelCount_), blackFraction, whiteFraction, 2);
   const vek::Stretch stretches[3] = {stretch, stretch, stretch};
-  ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
-    vek::StretchRowSse2(source, out, pixels, stretches);
-  });
+  ApplyStretches(stretches);
   return 1;
 }
 
@@ -157,6 +178,12 @@ int CPhoto::Equalize() noexcept {
   }
   uint8_t table[256];
   for (int i = 0; i < 256; ++i) table[i] = uint8_t(entry[i]);
+  if (vek::ByteTableVectorsUsable()) {
+    vek::ChannelTables tables;
+    for (auto& channel : tables.channel) std::copy(table, table + 256, channel);
+    LookUpChannels(tables);
+    return 1;
+  }
   // Large frames look bytes 0 and 1 up as pairs, when the pair table can be had.
   const std::unique_ptr<vek::PairedColourTable> paired(
       pixelCount_ >= kPairedFrom ? new (std::nothrow) vek::PairedColourTable : nullptr);

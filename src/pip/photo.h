@@ -33,6 +33,10 @@ class CPhoto {
   void CountChannels(uint32_t (&histograms)[3][256]) const noexcept;
   // The histogram of all three colour bytes.
   void CountAllChannels(Histogram& all) const noexcept;
+  // Each colour byte through its channel's table, where ByteTableVectorsUsable().
+  void LookUpChannels(const vek::ChannelTables& tables) noexcept;
+  // Each colour byte through its channel's stretch.
+  void ApplyStretches(const vek::Stretch (&stretches)[3]) noexcept;
   // apply(source, out, pixels) over the bands of rows, `out` the output's pixel at `source`'s place.
   template <class Apply> void ForEachBand(Apply&& apply) const noexcept;
 

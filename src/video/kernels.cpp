@@ -61,6 +61,12 @@ void LookUpColourPairs(const uint8_t* source, uint8_t* out, std::size_t pixels, 
   });
 }
 
+bool ByteTableVectorsUsable() {
+  static const bool usable = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                             __builtin_cpu_supports("avx512vbmi");
+  return usable;
+}
+
 PosterizeTable BuildPosterizeTable(uint32_t levels) {
   PosterizeTable table{};
   for (uint32_t i = 0; i < 256; ++i) {
@@ -68,6 +74,7 @@ PosterizeTable BuildPosterizeTable(uint32_t levels) {
     table.entry[i] = step < 1 ? 0 : step < levels - 1 ? uint8_t((step * 256) / (levels - 1)) : 255;
   }
   table.colours = PlaceTable(table.entry);
+  for (auto& channel : table.channels.channel) std::copy(table.entry, table.entry + 256, channel);
   // step * 256 / (levels - 1) as a multiply-high: with the shift one below the divisor's bit width,
   // ceil(2^(16 + shift) / divisor) divides every step exactly up to 64 levels. Two levels take 65535
   // for 65536, which still brings the top step to 255.

@@ -67,14 +67,20 @@ VekStatus VI_Posterize::Process(VekEffectInstance* instance) noexcept {
     const bool vector = frame.renderHint >= 3 && (frame.workers < 2 || !frame.WholeFrame());
     const PosterizeRowFn row = vector ? PosterizeRowAyuvSse41 : PosterizeRowAyuv;
     ForEachRow(frame.Rows(), [&](int y) { row(frame.SourceRow(y), frame.OutputRow(y), width, table); });
-  } else if (frame.WholeFrame()) {
-    // Rows follow one another without gaps, so a band of rows is one run of pixels.
-    ParallelRows(frame.workers, frame.height, [&](int y0, int y1) {
-      PosterizeRowArgbSse2(frame.SourceRow(y0), frame.OutputRow(y0), std::size_t(y1 - y0) * width, table);
-    });
   } else {
-    ForEachRow(frame.Rows(),
-               [&](int y) { PosterizeRowArgbSse2(frame.SourceRow(y), frame.OutputRow(y), width, table); });
+    const bool byteVectors = ByteTableVectorsUsable();
+    const auto run = [&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
+      if (byteVectors) return LookUpChannelsVbmi(source, out, pixels, table.channels);
+      PosterizeRowArgbSse2(source, out, pixels, table);
+    };
+    if (frame.WholeFrame()) {
+      // Rows follow one another without gaps, so a band of rows is one run of pixels.
+      ParallelRows(frame.workers, frame.height, [&](int y0, int y1) {
+        run(frame.SourceRow(y0), frame.OutputRow(y0), std::size_t(y1 - y0) * width);
+      });
+    } else {
+      ForEachRow(frame.Rows(), [&](int y) { run(frame.SourceRow(y), frame.OutputRow(y), width); });
+    }
   }
   return VEK_S_OK;
 }
