@@ -138,6 +138,14 @@ void BurnRowSse2(const int32_t* map, const int32_t* spanBounds, const uint8_t* a
     runSource = nullptr;
     const int count = std::min(kBurnSpan, pixels - x);
     const std::size_t at = std::size_t(x) * 4;
+    // The front moves little from one row to the next, so the next row crosses this span too, most
+    // likely: its lines of the map and both sources are fetched while this row is drawn.
+    const auto* mapBytes = reinterpret_cast<const uint8_t*>(map + x);
+    for (std::size_t line = 0; line < std::size_t(count) * 4; line += 64) {
+      PrefetchAhead(mapBytes + line, ahead);
+      PrefetchAhead(a + at + line, ahead);
+      PrefetchAhead(b + at + line, ahead);
+    }
     BurnSpanSse2(map + x, a + at, b + at, crossedSpan, count, threshold, flame);
     copy(crossedSpan, 0, out, x, count, 0);
   }
