@@ -7,6 +7,7 @@
 #include <string>
 
 #include "effect_run.h"
+#include "image/cpu.h"
 #include "video/kernels.h"
 
 namespace {
@@ -200,7 +201,7 @@ TEST(Equalize, PairLookUpGivesTheByteLookUpsBytes) {
 // byte through its own table, alpha kept, for every length of the masked last step, in place too,
 // and nothing written past the run.
 TEST(ChannelLookUps, VectorKernelUsesEachColourBytesOwnTable) {
-  if (!vek::ByteTableVectorsUsable()) GTEST_SKIP() << "no AVX-512 byte permutes on this processor";
+  if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 byte permutes on this processor";
   const Frame tableBytes = Frame::Random(192, 1, 21);
   vek::ChannelTables tables;
   std::copy_n(tableBytes.bytes.begin(), sizeof tables.channel, &tables.channel[0][0]);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 
+#include "image/cpu.h"
 #include "image/rows.h"
 
 CPhoto::CPhoto(const uint8_t* original, uint8_t* pixels, int width, int height, int32_t workers) noexcept
@@ -115,7 +116,7 @@ void CPhoto::LookUpChannels(const vek::ChannelTables& tables) noexcept {
 // A stretch is a function of the byte alone: as a table it costs one vector lookup where the
 // processor has them.
 void CPhoto::ApplyStretches(const vek::Stretch (&stretches)[3]) noexcept {
-  if (vek::ByteTableVectorsUsable()) {
+  if (vek::Avx512KernelsUsable()) {
     vek::ChannelTables tables;
     for (int channel = 0; channel < 3; ++channel) {
       for (int value = 0; value < 256; ++value) {
@@ -178,7 +179,7 @@ int CPhoto::Equalize() noexcept {
   }
   uint8_t table[256];
   for (int i = 0; i < 256; ++i) table[i] = uint8_t(entry[i]);
-  if (vek::ByteTableVectorsUsable()) {
+  if (vek::Avx512KernelsUsable()) {
     vek::ChannelTables tables;
     for (auto& channel : tables.channel) std::copy(table, table + 256, channel);
     LookUpChannels(tables);

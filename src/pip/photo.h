@@ -33,7 +33,7 @@ class CPhoto {
   void CountChannels(uint32_t (&histograms)[3][256]) const noexcept;
   // The histogram of all three colour bytes.
   void CountAllChannels(Histogram& all) const noexcept;
-  // Each colour byte through its channel's table, where ByteTableVectorsUsable().
+  // Each colour byte through its channel's table, where vek::Avx512KernelsUsable().
   void LookUpChannels(const vek::ChannelTables& tables) noexcept;
   // Each colour byte through its channel's stretch.
   void ApplyStretches(const vek::Stretch (&stretches)[3]) noexcept;

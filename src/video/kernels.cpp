@@ -61,12 +61,6 @@ void LookUpColourPairs(const uint8_t* source, uint8_t* out, std::size_t pixels, 
   });
 }
 
-bool ByteTableVectorsUsable() {
-  static const bool usable = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                             __builtin_cpu_supports("avx512vbmi");
-  return usable;
-}
-
 PosterizeTable BuildPosterizeTable(uint32_t levels) {
   PosterizeTable table{};
   for (uint32_t i = 0; i < 256; ++i) {

@@ -32,10 +32,9 @@ void LookUpColourPairs(const uint8_t* source, uint8_t* out, std::size_t pixels, 
 struct ChannelTables {
   uint8_t channel[3][256];
 };
-// Whether this processor runs LookUpChannelsVbmi (AVX-512 with its byte permutes), asked once.
-bool ByteTableVectorsUsable();
 // Each colour byte through its channel's table, alpha copied, sixteen pixels a step: at memory
-// speed where the scalar lookups take several times as long. `out` may be `source`.
+// speed where the scalar lookups take several times as long. `out` may be `source`. Only where
+// Avx512KernelsUsable().
 void LookUpChannelsVbmi(const uint8_t* source, uint8_t* out, std::size_t pixels, const ChannelTables& tables);
 
 // The posterize table of 2 to 64 levels, placed for whole pixels, and the same table as arithmetic

@@ -1,6 +1,7 @@
 // DSP_VI_Posterize, DSP_VI_FlipCanvas: fewer tone levels per channel, and the picture mirrored.
 #include <algorithm>
 
+#include "image/cpu.h"
 #include "video/kernels.h"
 #include "video/video_effects.h"
 
@@ -68,7 +69,7 @@ VekStatus VI_Posterize::Process(VekEffectInstance* instance) noexcept {
     const PosterizeRowFn row = vector ? PosterizeRowAyuvSse41 : PosterizeRowAyuv;
     ForEachRow(frame.Rows(), [&](int y) { row(frame.SourceRow(y), frame.OutputRow(y), width, table); });
   } else {
-    const bool byteVectors = ByteTableVectorsUsable();
+    const bool byteVectors = Avx512KernelsUsable();
     const auto run = [&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
       if (byteVectors) return LookUpChannelsVbmi(source, out, pixels, table.channels);
       PosterizeRowArgbSse2(source, out, pixels, table);

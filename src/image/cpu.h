@@ -1,0 +1,10 @@
+// What the processor offers beyond the SSE2 that every x86-64 processor has.
+#pragma once
+
+namespace vek {
+
+// Whether the AVX-512 kernels can run: the foundation, byte and word operations and byte permutes,
+// with the operating system saving the registers. Asked of the processor once.
+bool Avx512KernelsUsable();
+
+}  // namespace vek
