@@ -1,13 +1,15 @@
 // The threshold, X-ray and colour-split transitions, driven through the reference host, against
-// their rules worked out here; all six pattern transitions on small and odd frames; and the vector
-// rows of the X-ray and the colour split against their scalar rows.
+// their rules worked out here; all six pattern transitions on small and odd frames; and the colour
+// split's AVX-512 row against its SSE2 row.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <vector>
 
 #include "geometric_run.h"
+#include "image/cpu.h"
 #include "pattern_run.h"
+#include "transitions/kernels.h"
 #include "vek_dsp/colour.h"
 
 namespace {
@@ -182,6 +184,27 @@ TEST(ColorSplit, FramesAndFieldsFollowTheFallRule) {
     }
     EXPECT_EQ(TransitionRun("DSP_TR_ColorSplit", width, height).RenderOnce(a, b, 0.0f).bytes, a.bytes);
     EXPECT_EQ(TransitionRun("DSP_TR_ColorSplit", width, height).RenderOnce(a, b, 1.0f).bytes, b.bytes);
+  }
+}
+
+// The rows sent down by masked stores land where the SSE2 row sends them: whole and partial steps
+// of sixteen, landing rows past the bottom, both fields, both layouts.
+TEST(ColorSplit, VectorFallRowsMatch) {
+  if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 on this processor";
+  const Frame source = Frame::Random(37, 1, 53);
+  const Frame canvas = Frame::Random(37, 30, 54);
+  for (int pixels : {37, 32, 15}) {
+    for (int parity : {-1, 0, 1}) {
+      for (bool lumaChroma : {false, true}) {
+        for (int y : {0, 3, 21}) {
+          Frame sse2 = canvas, avx512 = canvas;
+          vek::FallRowSse2(source.bytes.data(), y, sse2.bytes.data(), 37 * 4, pixels, 30, 2, parity, lumaChroma);
+          vek::FallRowAvx512(source.bytes.data(), y, avx512.bytes.data(), 37 * 4, pixels, 30, 2, parity, lumaChroma);
+          ASSERT_EQ(avx512.bytes, sse2.bytes) << pixels << " pixels, parity " << parity << ", layout " << lumaChroma
+                                              << ", row " << y;
+        }
+      }
+    }
   }
 }
 

@@ -119,6 +119,9 @@ void TowardColourRowSse2(const uint8_t* source, uint8_t* out, int pixels, int we
 // Rows are rowBytes apart in `out`.
 void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
                  int64_t fall, int parity, bool lumaChroma);
+// The same with masked stores, where Avx512KernelsUsable().
+void FallRowAvx512(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
+                   int64_t fall, int parity, bool lumaChroma);
 // The same gathered for one output row, once no more than kMostGathered source rows can land on it:
 // candidates[k] is the source row k + 1 falls above it, nearest first, and an output pixel takes the
 // pixel of the nearest candidate whose class is k + 1, else B's.

@@ -1,5 +1,6 @@
 // DSP_TR_Threshold, DSP_TR_XRay, DSP_TR_ColorSplit: transitions driven by the brightness of the pictures.
 
+#include "image/cpu.h"
 #include "transitions/kernels.h"
 #include "transitions/transition.h"
 #include "transitions/transitions.h"
@@ -144,8 +145,9 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
   ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceB, y); });
   const int parity = frame.rows.step == 1 ? -1 : frame.rows.first;
   // Every pixel falls at least one unit, so rows from height - fall on leave the frame whole.
+  const auto fallRow = Avx512KernelsUsable() ? FallRowAvx512 : FallRowSse2;
   for (int y = 0; y < frame.height - fall; ++y) {
-    FallRowSse2(frame.RowA(y), y, frame.output, frame.rowBytes, frame.width, frame.height, fall, parity, lumaChroma);
+    fallRow(frame.RowA(y), y, frame.output, frame.rowBytes, frame.width, frame.height, fall, parity, lumaChroma);
   }
   return VEK_S_OK;
 }

@@ -1,0 +1,46 @@
+// The only file of the transitions built for AVX-512; it includes nothing of the project but
+// kernels.h, and its kernels are called only where Avx512KernelsUsable().
+#include <immintrin.h>
+
+#include "transitions/kernels.h"
+
+namespace vek {
+namespace {
+
+// The plain shift's header gives it an undefined pass-through operand, which GCC then reports as
+// maybe uninitialised; the zero-masking form under a full mask is the same instruction.
+template <unsigned kBits> __m512i ShiftRight(__m512i lanes) { return _mm512_maskz_srli_epi32(0xFFFF, lanes, kBits); }
+
+}  // namespace
+
+// Sixteen pixels a step, each class written to its landing row with one masked store; the last
+// pixels are loaded and stored under a mask that leaves the bytes past the row alone.
+void FallRowAvx512(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
+                   int64_t fall, int parity, bool lumaChroma) {
+  uint8_t* landing[6] = {};
+  for (int m = 1; m <= 5; ++m) {
+    const int64_t row = y + m * fall;
+    if (row < height && (parity < 0 || (row & 1) == parity)) landing[m] = out + std::size_t(row) * rowBytes;
+  }
+  const __m512i lowByte = _mm512_set1_epi32(0xFF);
+  for (int x = 0; x < pixels; x += 16) {
+    const __mmask16 live = pixels - x >= 16 ? __mmask16(0xFFFF) : __mmask16((1u << (pixels - x)) - 1);
+    const std::size_t at = std::size_t(x) * 4;
+    const __m512i colours = _mm512_maskz_loadu_epi32(live, source + at);
+    const __m512i luma = _mm512_and_si512(ShiftRight<16>(colours), lowByte);
+    const __m512i tone =
+        lumaChroma ? ShiftRight<6>(_mm512_add_epi32(luma, _mm512_set1_epi32(31)))
+                   : ShiftRight<7>(_mm512_add_epi32(_mm512_add_epi32(luma, _mm512_and_si512(colours, lowByte)),
+                                                    _mm512_and_si512(ShiftRight<8>(colours), lowByte)));
+    for (int m = 1; m <= 5; ++m) {
+      if (!landing[m]) continue;
+      // Class 0 falls like class 1.
+      const __m512i cls = _mm512_set1_epi32(m);
+      const __mmask16 lands = m == 1 ? _mm512_mask_cmple_epu32_mask(live, tone, cls)
+                                     : _mm512_mask_cmpeq_epu32_mask(live, tone, cls);
+      _mm512_mask_storeu_epi32(landing[m] + at, lands, colours);
+    }
+  }
+}
+
+}  // namespace vek
