@@ -14,17 +14,15 @@ void LookUpChannelsVbmi(const uint8_t* source, uint8_t* out, std::size_t pixels,
   for (int channel = 0; channel < 3; ++channel) {
     for (int q = 0; q < 4; ++q) quarters[channel][q] = _mm512_loadu_si512(tables.channel[channel] + 64 * q);
   }
-  constexpr __mmask64 kChannel0 = 0x1111111111111111u, kChannel1 = kChannel0 << 1, kChannel2 = kChannel0 << 2;
+  constexpr __mmask64 kChannel0 = 0x1111111111111111u;
   const auto lookUp = [&](__m512i bytes) {
     const __mmask64 upperHalf = _mm512_movepi8_mask(bytes);
     __m512i result = bytes;
-    const __mmask64 masks[3] = {kChannel0, kChannel1, kChannel2};
     for (int channel = 0; channel < 3; ++channel) {
       const __m512i* q = quarters[channel];
-      const __m512i lower = _mm512_permutex2var_epi8(q[0], bytes, q[1]);
-      const __m512i upper = _mm512_permutex2var_epi8(q[2], bytes, q[3]);
-      result = _mm512_mask_blend_epi8(masks[channel] & ~upperHalf, result, lower);
-      result = _mm512_mask_blend_epi8(masks[channel] & upperHalf, result, upper);
+      const __m512i looked = _mm512_mask_blend_epi8(upperHalf, _mm512_permutex2var_epi8(q[0], bytes, q[1]),
+                                                    _mm512_permutex2var_epi8(q[2], bytes, q[3]));
+      result = _mm512_mask_blend_epi8(kChannel0 << channel, result, looked);
     }
     return result;
   };
