@@ -187,22 +187,30 @@ TEST(ColorSplit, FramesAndFieldsFollowTheFallRule) {
   }
 }
 
-// The rows sent down by masked stores land where the SSE2 row sends them: whole and partial steps
-// of sixteen, landing rows past the bottom, both fields, both layouts.
-TEST(ColorSplit, VectorFallRowsMatch) {
+// The AVX-512 rows against their references: the rows sent down by masked stores land where the
+// SSE2 row sends them, and the gathered rows take what the scalar gather takes. Whole and partial
+// steps of sixteen, landing rows past the bottom, both fields, every candidate count, both layouts.
+TEST(ColorSplit, VectorRowsMatch) {
   if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 on this processor";
-  const Frame source = Frame::Random(37, 1, 53);
+  Frame rows = Frame::Random(37, 4, 53);
   const Frame canvas = Frame::Random(37, 30, 54);
   for (int pixels : {37, 32, 15}) {
-    for (int parity : {-1, 0, 1}) {
-      for (bool lumaChroma : {false, true}) {
+    for (bool lumaChroma : {false, true}) {
+      for (int parity : {-1, 0, 1}) {
         for (int y : {0, 3, 21}) {
           Frame sse2 = canvas, avx512 = canvas;
-          vek::FallRowSse2(source.bytes.data(), y, sse2.bytes.data(), 37 * 4, pixels, 30, 2, parity, lumaChroma);
-          vek::FallRowAvx512(source.bytes.data(), y, avx512.bytes.data(), 37 * 4, pixels, 30, 2, parity, lumaChroma);
+          vek::FallRowSse2(rows.bytes.data(), y, sse2.bytes.data(), 37 * 4, pixels, 30, 2, parity, lumaChroma);
+          vek::FallRowAvx512(rows.bytes.data(), y, avx512.bytes.data(), 37 * 4, pixels, 30, 2, parity, lumaChroma);
           ASSERT_EQ(avx512.bytes, sse2.bytes) << pixels << " pixels, parity " << parity << ", layout " << lumaChroma
                                               << ", row " << y;
         }
+      }
+      const uint8_t* candidates[vek::kMostGathered] = {rows.Pixel(0, 1), rows.Pixel(0, 2), rows.Pixel(0, 3)};
+      for (int count = 0; count <= vek::kMostGathered; ++count) {
+        std::vector<uint8_t> scalar(canvas.bytes.size()), avx512 = scalar;
+        vek::FallGatherRowScalar(candidates, count, rows.bytes.data(), scalar.data(), pixels, lumaChroma);
+        vek::FallGatherRowAvx512(candidates, count, rows.bytes.data(), avx512.data(), pixels, lumaChroma);
+        ASSERT_EQ(avx512, scalar) << pixels << " pixels, " << count << " candidates, layout " << lumaChroma;
       }
     }
   }

@@ -130,5 +130,8 @@ void FallGatherRowScalar(const uint8_t* const* candidates, int count, const uint
                          bool lumaChroma);
 void FallGatherRowSse2(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                        bool lumaChroma);
+// The same sixteen pixels at a time, where Avx512KernelsUsable().
+void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                         bool lumaChroma);
 
 }  // namespace vek

@@ -11,6 +11,19 @@ namespace {
 // maybe uninitialised; the zero-masking form under a full mask is the same instruction.
 template <unsigned kBits> __m512i ShiftRight(__m512i lanes) { return _mm512_maskz_srli_epi32(0xFFFF, lanes, kBits); }
 
+// The first `count` of sixteen lanes, all of them from 16 on.
+__mmask16 FirstLanes(int count) { return count >= 16 ? __mmask16(0xFFFF) : __mmask16((1u << count) - 1); }
+
+// The tone class of sixteen pixels, one to a 32-bit lane: (byte 0 + byte 1 + byte 2) >> 7, or
+// (luma + 31) >> 6 in the luma/chroma layout.
+__m512i ToneClass16(__m512i colours, bool lumaChroma) {
+  const __m512i lowByte = _mm512_set1_epi32(0xFF);
+  const __m512i luma = _mm512_and_si512(ShiftRight<16>(colours), lowByte);
+  if (lumaChroma) return ShiftRight<6>(_mm512_add_epi32(luma, _mm512_set1_epi32(31)));
+  return ShiftRight<7>(_mm512_add_epi32(_mm512_add_epi32(luma, _mm512_and_si512(colours, lowByte)),
+                                        _mm512_and_si512(ShiftRight<8>(colours), lowByte)));
+}
+
 }  // namespace
 
 // Sixteen pixels a step, each class written to its landing row with one masked store; the last
@@ -22,16 +35,11 @@ void FallRowAvx512(const uint8_t* source, int y, uint8_t* out, std::size_t rowBy
     const int64_t row = y + m * fall;
     if (row < height && (parity < 0 || (row & 1) == parity)) landing[m] = out + std::size_t(row) * rowBytes;
   }
-  const __m512i lowByte = _mm512_set1_epi32(0xFF);
   for (int x = 0; x < pixels; x += 16) {
-    const __mmask16 live = pixels - x >= 16 ? __mmask16(0xFFFF) : __mmask16((1u << (pixels - x)) - 1);
+    const __mmask16 live = FirstLanes(pixels - x);
     const std::size_t at = std::size_t(x) * 4;
     const __m512i colours = _mm512_maskz_loadu_epi32(live, source + at);
-    const __m512i luma = _mm512_and_si512(ShiftRight<16>(colours), lowByte);
-    const __m512i tone =
-        lumaChroma ? ShiftRight<6>(_mm512_add_epi32(luma, _mm512_set1_epi32(31)))
-                   : ShiftRight<7>(_mm512_add_epi32(_mm512_add_epi32(luma, _mm512_and_si512(colours, lowByte)),
-                                                    _mm512_and_si512(ShiftRight<8>(colours), lowByte)));
+    const __m512i tone = ToneClass16(colours, lumaChroma);
     for (int m = 1; m <= 5; ++m) {
       if (!landing[m]) continue;
       // Class 0 falls like class 1.
@@ -40,6 +48,28 @@ void FallRowAvx512(const uint8_t* source, int y, uint8_t* out, std::size_t rowBy
                                      : _mm512_mask_cmpeq_epu32_mask(live, tone, cls);
       _mm512_mask_storeu_epi32(landing[m] + at, lands, colours);
     }
+  }
+}
+
+// Sixteen pixels a step, with the last ones loaded and stored under a mask that leaves the bytes
+// past the row alone.
+void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                         bool lumaChroma) {
+  for (int x = 0; x < pixels; x += 16) {
+    const __mmask16 live = FirstLanes(pixels - x);
+    const std::size_t at = std::size_t(x) * 4;
+    __m512i chosen = _mm512_maskz_loadu_epi32(live, b + at);
+    // The farthest candidate first, so that a nearer one, from a lower source row, wins.
+    for (int k = count - 1; k >= 0; --k) {
+      const __m512i colours = _mm512_maskz_loadu_epi32(live, candidates[k] + at);
+      const __m512i tone = ToneClass16(colours, lumaChroma);
+      // The nearest row takes classes 0 and 1, the row k + 1 units up class k + 1.
+      const __m512i landsFrom = _mm512_set1_epi32(k + 1);
+      const __mmask16 lands =
+          k == 0 ? _mm512_cmple_epu32_mask(tone, landsFrom) : _mm512_cmpeq_epu32_mask(tone, landsFrom);
+      chosen = _mm512_mask_mov_epi32(chosen, lands, colours);
+    }
+    _mm512_mask_storeu_epi32(out + at, live, chosen);
   }
 }
 

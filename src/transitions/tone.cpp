@@ -131,21 +131,23 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
   // A pixel falls 1 to 5 units. Once few source rows can land on an output row, each output row
   // gathers its pixels from them and is written once; earlier, checking that many candidates for
   // every output pixel costs more than sending each source pixel to its landing row.
+  const bool wide = Avx512KernelsUsable();
   if ((kMostGathered + 1) * fall >= frame.height) {
+    const auto gatherRow = wide ? FallGatherRowAvx512 : FallGatherRowSse2;
     ForEachRow(frame.rows, [&](int y) {
       const uint8_t* candidates[kMostGathered];
       int count = 0;
       for (int64_t from = y - fall; count < kMostGathered && from >= 0; from -= fall) {
         candidates[count++] = frame.RowA(int(from));
       }
-      FallGatherRowSse2(candidates, count, frame.RowB(y), frame.OutputRow(y), frame.width, lumaChroma);
+      gatherRow(candidates, count, frame.RowB(y), frame.OutputRow(y), frame.width, lumaChroma);
     });
     return VEK_S_OK;
   }
   ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceB, y); });
   const int parity = frame.rows.step == 1 ? -1 : frame.rows.first;
   // Every pixel falls at least one unit, so rows from height - fall on leave the frame whole.
-  const auto fallRow = Avx512KernelsUsable() ? FallRowAvx512 : FallRowSse2;
+  const auto fallRow = wide ? FallRowAvx512 : FallRowSse2;
   for (int y = 0; y < frame.height - fall; ++y) {
     fallRow(frame.RowA(y), y, frame.output, frame.rowBytes, frame.width, frame.height, fall, parity, lumaChroma);
   }
