@@ -4,6 +4,8 @@
 #include <tuple>
 
 #include "geometric_run.h"
+#include "image/cpu.h"
+#include "transitions/kernels.h"
 
 namespace {
 
@@ -262,6 +264,23 @@ TEST(WipeCenter, BInsideTheCircleAndARimBlendedThroughTheRaisedCosine) {
     }
   }
   ExpectFieldsInterleave("DSP_TR_WipeCenter", 13, 10, {0.3f, 0.62f});
+}
+
+// The ring's vector blends against the scalar rule, weights 0 and 255 among them, on runs that
+// end inside a step of four and of sixteen.
+TEST(WipeCenter, VectorRingBlendsGiveTheScalarBytes) {
+  const Frame a = Frame::Random(67, 1, 23), b = Frame::Random(67, 1, 24), weightBytes = Frame::Random(17, 1, 25);
+  std::vector<uint8_t> weights(weightBytes.bytes.begin(), weightBytes.bytes.begin() + 67);
+  weights[3] = 0, weights[20] = 255;
+  for (int pixels : {67, 64, 13}) {
+    std::vector<uint8_t> want(a.bytes.size()), sse2 = want, avx512 = want;
+    vek::WeightedRowScalar(a.bytes.data(), b.bytes.data(), weights.data(), want.data(), pixels);
+    vek::WeightedRowSse2(a.bytes.data(), b.bytes.data(), weights.data(), sse2.data(), pixels);
+    EXPECT_EQ(sse2, want) << pixels << " pixels";
+    if (!vek::Avx512KernelsUsable()) continue;
+    vek::WeightedRowAvx512(a.bytes.data(), b.bytes.data(), weights.data(), avx512.data(), pixels);
+    EXPECT_EQ(avx512, want) << pixels << " pixels";
+  }
 }
 
 TEST(WipeCenter, CircleIsRoundOnTheDisplayNotInPixels) {

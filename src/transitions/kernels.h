@@ -57,6 +57,8 @@ void SoftEdgeRowSse41(const uint8_t* a, const uint8_t* b, const int32_t* mask, u
 // out = a + floor((b - a) * weight / 256) per byte, one weight 0..255 per pixel.
 void WeightedRowScalar(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels);
 void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels);
+// The same sixteen pixels at a time, where Avx512KernelsUsable().
+void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels);
 
 // out pixel x = source pixel columns[x]: one sampled row.
 void GatherPixels(const uint8_t* source, const int* columns, uint8_t* out, int pixels);

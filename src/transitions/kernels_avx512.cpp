@@ -24,6 +24,22 @@ __m512i ToneClass16(__m512i colours, bool lumaChroma) {
                                         _mm512_and_si512(ShiftRight<8>(colours), lowByte)));
 }
 
+// For each 16-bit lane of the low and of the high unpack of sixteen pixels, the pixel whose weight
+// it takes (in its even byte; the odd bytes are masked off).
+struct WeightSpread {
+  alignas(64) uint8_t low[64];
+  alignas(64) uint8_t high[64];
+};
+constexpr WeightSpread SpreadWeights() {
+  WeightSpread spread{};
+  for (int lane = 0; lane < 32; ++lane) {
+    const int pixel = 4 * (lane / 8) + (lane % 8) / 4;
+    spread.low[2 * lane] = uint8_t(pixel), spread.high[2 * lane] = uint8_t(pixel + 2);
+  }
+  return spread;
+}
+constexpr WeightSpread kWeightSpread = SpreadWeights();
+
 }  // namespace
 
 // Sixteen pixels a step, each class written to its landing row with one masked store; the last
@@ -71,6 +87,34 @@ void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint
     }
     _mm512_mask_storeu_epi32(out + at, live, chosen);
   }
+}
+
+// Sixteen pixels a step in 16-bit lanes, as the SSE2 row takes four: within each 128-bit lane the
+// low unpack holds the lane's first two pixels and the high unpack its last two, so each weight is
+// spread over the four lanes of its pixel by one byte permute. The last pixels are the SSE2 row's.
+void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels) {
+  const __m512i lowSpread = _mm512_loadu_si512(kWeightSpread.low);
+  const __m512i highSpread = _mm512_loadu_si512(kWeightSpread.high);
+  constexpr __mmask64 kEvenBytes = 0x5555555555555555u;
+  const __m512i zero = _mm512_setzero_si512();
+  // floor((b - a) * w / 256): mulhi of (b - a) * 128 and 2 w, as the SSE2 row.
+  const auto step = [](__m512i a16, __m512i b16, __m512i w16) {
+    return _mm512_add_epi16(a16, _mm512_mulhi_epi16(_mm512_slli_epi16(_mm512_sub_epi16(b16, a16), 7),
+                                                    _mm512_add_epi16(w16, w16)));
+  };
+  int x = 0;
+  for (; x + 16 <= pixels; x += 16) {
+    const __m512i sixteen = _mm512_castsi128_si512(_mm_loadu_si128(reinterpret_cast<const __m128i*>(weights + x)));
+    const __m512i wLow = _mm512_maskz_permutexvar_epi8(kEvenBytes, lowSpread, sixteen);
+    const __m512i wHigh = _mm512_maskz_permutexvar_epi8(kEvenBytes, highSpread, sixteen);
+    const std::size_t at = std::size_t(x) * 4;
+    const __m512i va = _mm512_loadu_si512(a + at), vb = _mm512_loadu_si512(b + at);
+    const __m512i low = step(_mm512_unpacklo_epi8(va, zero), _mm512_unpacklo_epi8(vb, zero), wLow);
+    const __m512i high = step(_mm512_unpackhi_epi8(va, zero), _mm512_unpackhi_epi8(vb, zero), wHigh);
+    _mm512_storeu_si512(out + at, _mm512_packus_epi16(low, high));
+  }
+  const std::size_t at = std::size_t(x) * 4;
+  WeightedRowSse2(a + at, b + at, weights + x, out + at, pixels - x);
 }
 
 }  // namespace vek

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "image/cpu.h"
 #include "image/image.h"
 #include "transitions/row_runs.h"
 #include "transitions/transitions.h"
@@ -517,8 +518,8 @@ struct Iris {
   // Columns [from, to), column from + i blended by weights[i].
   static void BlendRun(const uint8_t* a, const uint8_t* b, uint8_t* out, const uint8_t* weights, int from, int to) {
     if (to > from) {
-      WeightedRowSse2(a + std::size_t(from) * 4, b + std::size_t(from) * 4, weights, out + std::size_t(from) * 4,
-                      to - from);
+      const auto blend = Avx512KernelsUsable() ? WeightedRowAvx512 : WeightedRowSse2;
+      blend(a + std::size_t(from) * 4, b + std::size_t(from) * 4, weights, out + std::size_t(from) * 4, to - from);
     }
   }
 };
