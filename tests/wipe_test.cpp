@@ -105,6 +105,23 @@ TEST(WipeSoft, ScalarStopsAThirtySecondShortAndLeavesAlphaWhileVectorReachesB) {
   }
 }
 
+// The AVX-512 soft edge against the SSE4.1 one, on every reach from before the edge to past it,
+// with whole and partial steps of sixteen and an odd last pixel.
+TEST(WipeSoft, WideVectorRowGivesTheVectorRowsBytes) {
+  if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 on this processor";
+  const Frame a = Frame::Random(37, 1, 7), b = Frame::Random(37, 1, 8), distances = Frame::Random(37, 1, 9);
+  std::vector<int32_t> mask(37);
+  for (int x = 0; x < 37; ++x) mask[x] = int32_t(uint8_t(-(distances.bytes[4 * x] % 64)) * 0x01010101u);
+  for (int t : {0, 20, 64, 126}) {
+    for (int pixels : {37, 32, 15}) {
+      std::vector<uint8_t> sse41(a.bytes.size()), avx512 = sse41;
+      vek::SoftEdgeRowSse41(a.bytes.data(), b.bytes.data(), mask.data(), sse41.data(), pixels, t);
+      vek::SoftEdgeRowAvx512(a.bytes.data(), b.bytes.data(), mask.data(), avx512.data(), pixels, t);
+      EXPECT_EQ(avx512, sse41) << "t " << t << ", " << pixels << " pixels";
+    }
+  }
+}
+
 // The hard wipe, then one s x s tile of A per tile along the edge, from the C generator.
 Frame DirtyWipe(const Frame& a, const Frame& b, int direction, float p, unsigned seed) {
   const bool rows = direction < kLeft;

@@ -53,6 +53,8 @@ void SoftEdgeRowScalar(const uint8_t* a, const uint8_t* b, const int32_t* mask, 
 // bytes move, so k = 32 gives B; an odd last pixel takes the scalar rule (its mask byte read back
 // as -m).
 void SoftEdgeRowSse41(const uint8_t* a, const uint8_t* b, const int32_t* mask, uint8_t* out, int pixels, int t);
+// The same sixteen pixels at a time, where Avx512KernelsUsable().
+void SoftEdgeRowAvx512(const uint8_t* a, const uint8_t* b, const int32_t* mask, uint8_t* out, int pixels, int t);
 
 // out = a + floor((b - a) * weight / 256) per byte, one weight 0..255 per pixel.
 void WeightedRowScalar(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels);

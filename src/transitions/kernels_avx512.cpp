@@ -10,6 +10,9 @@ namespace {
 // The plain shift's header gives it an undefined pass-through operand, which GCC then reports as
 // maybe uninitialised; the zero-masking form under a full mask is the same instruction.
 template <unsigned kBits> __m512i ShiftRight(__m512i lanes) { return _mm512_maskz_srli_epi32(0xFFFF, lanes, kBits); }
+template <unsigned kBits> __m512i ShiftRight16(__m512i lanes) {
+  return _mm512_maskz_srli_epi16(0xFFFFFFFF, lanes, kBits);
+}
 
 // The first `count` of sixteen lanes, all of them from 16 on.
 __mmask16 FirstLanes(int count) { return count >= 16 ? __mmask16(0xFFFF) : __mmask16((1u << count) - 1); }
@@ -115,6 +118,25 @@ void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weight
   }
   const std::size_t at = std::size_t(x) * 4;
   WeightedRowSse2(a + at, b + at, weights + x, out + at, pixels - x);
+}
+
+// Sixteen pixels a step, as the SSE4.1 row takes four: a * (32 - k) + b * k with k = clamp(t - m,
+// 0, 32) per byte, shifted down by 5. The last pixels are the SSE4.1 row's, its odd last pixel too.
+void SoftEdgeRowAvx512(const uint8_t* a, const uint8_t* b, const int32_t* mask, uint8_t* out, int pixels, int t) {
+  const __m512i tBytes = _mm512_set1_epi8(int8_t(t)), full = _mm512_set1_epi8(32), zero = _mm512_setzero_si512();
+  int x = 0;
+  for (; x + 16 <= pixels; x += 16) {
+    const std::size_t at = std::size_t(x) * 4;
+    const __m512i va = _mm512_loadu_si512(a + at), vb = _mm512_loadu_si512(b + at);
+    const __m512i reach = _mm512_add_epi8(_mm512_loadu_si512(mask + x), tBytes);
+    const __m512i k = _mm512_min_epi8(_mm512_max_epi8(reach, zero), full);
+    const __m512i kept = _mm512_sub_epi8(full, k);
+    const __m512i low = _mm512_maddubs_epi16(_mm512_unpacklo_epi8(va, vb), _mm512_unpacklo_epi8(kept, k));
+    const __m512i high = _mm512_maddubs_epi16(_mm512_unpackhi_epi8(va, vb), _mm512_unpackhi_epi8(kept, k));
+    _mm512_storeu_si512(out + at, _mm512_packus_epi16(ShiftRight16<5>(low), ShiftRight16<5>(high)));
+  }
+  const std::size_t at = std::size_t(x) * 4;
+  SoftEdgeRowSse41(a + at, b + at, mask + x, out + at, pixels - x, t);
 }
 
 }  // namespace vek

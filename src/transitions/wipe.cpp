@@ -198,7 +198,7 @@ VekStatus TR_WipeSoft::Process(VekEffectInstance* instance) noexcept {
   const bool vector = instance->renderHint >= 3;
   const int t = int(2.0f * (ClampedProgress(frame.progress) * 63.0f));
   int32_t* words = mask->Words();
-  const auto row = vector ? SoftEdgeRowSse41 : SoftEdgeRowScalar;
+  const auto row = !vector ? SoftEdgeRowScalar : Avx512KernelsUsable() ? SoftEdgeRowAvx512 : SoftEdgeRowSse41;
   // The whole mask is refilled, also for a field; each visited row is blended right after its mask
   // row is written, while that row is still in the cache.
   int filled = 0;
