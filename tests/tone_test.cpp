@@ -1,6 +1,6 @@
 // The threshold, X-ray and colour-split transitions, driven through the reference host, against
-// their rules worked out here; all six pattern transitions on small and odd frames; and the colour
-// split's AVX-512 row against its SSE2 row.
+// their rules worked out here; all six pattern transitions on small and odd frames; and the AVX-512
+// rows of the X-ray and the colour split against their references.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -184,6 +184,24 @@ TEST(ColorSplit, FramesAndFieldsFollowTheFallRule) {
     }
     EXPECT_EQ(TransitionRun("DSP_TR_ColorSplit", width, height).RenderOnce(a, b, 0.0f).bytes, a.bytes);
     EXPECT_EQ(TransitionRun("DSP_TR_ColorSplit", width, height).RenderOnce(a, b, 1.0f).bytes, b.bytes);
+  }
+}
+
+// The AVX-512 negatives against the scalar rows, at both ends of the weight and between, with
+// whole and partial steps.
+TEST(XRay, WideNegativeRowsGiveTheScalarBytes) {
+  if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 on this processor";
+  const Frame source = Frame::Random(67, 1, 55);
+  for (int weight : {0, 1, 517, 1024}) {
+    for (int pixels : {67, 64, 13}) {
+      std::vector<uint8_t> scalar(source.bytes.size()), avx512 = scalar;
+      vek::XRayNegativeRowScalar(source.bytes.data(), scalar.data(), pixels, weight);
+      vek::XRayNegativeRowAvx512(source.bytes.data(), avx512.data(), pixels, weight);
+      EXPECT_EQ(avx512, scalar) << "weight " << weight << ", " << pixels << " pixels";
+      vek::XRayLumaNegativeRowScalar(source.bytes.data(), scalar.data(), pixels, weight);
+      vek::XRayLumaNegativeRowAvx512(source.bytes.data(), avx512.data(), pixels, weight);
+      EXPECT_EQ(avx512, scalar) << "luma/chroma, weight " << weight << ", " << pixels << " pixels";
+    }
   }
 }
 

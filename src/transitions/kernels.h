@@ -102,6 +102,7 @@ void ThresholdRowSse2(const uint8_t* key, const uint8_t* a, const uint8_t* b, ui
 // is kept.
 void XRayNegativeRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight);
 void XRayNegativeRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight);
+void XRayNegativeRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int weight);
 void XRayToneRowScalar(const uint8_t* source, uint8_t* out, int pixels, int shift);
 void XRayToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift);
 // X-ray, luma/chroma: the same greys, as the luma of (g, g, g) with chroma 128. The negative phase
@@ -110,6 +111,7 @@ void XRayToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift)
 // ARGB tone phase makes of n = 255 - Y, and chroma 128. Alpha is kept.
 void XRayLumaNegativeRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight);
 void XRayLumaNegativeRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight);
+void XRayLumaNegativeRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int weight);
 void XRayLumaToneRowScalar(const uint8_t* source, uint8_t* out, int pixels, int shift);
 void XRayLumaToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift);
 // Colour bytes 0..2 move toward colour[0..2], c + floor((colour - c) * weight / 1024), weight

@@ -7,11 +7,38 @@
 namespace vek {
 namespace {
 
-// The plain shift's header gives it an undefined pass-through operand, which GCC then reports as
-// maybe uninitialised; the zero-masking form under a full mask is the same instruction.
+// The plain shifts' header gives them an undefined pass-through operand, which GCC then reports as
+// maybe uninitialised; the zero-masking forms under a full mask are the same instructions.
 template <unsigned kBits> __m512i ShiftRight(__m512i lanes) { return _mm512_maskz_srli_epi32(0xFFFF, lanes, kBits); }
 template <unsigned kBits> __m512i ShiftRight16(__m512i lanes) {
   return _mm512_maskz_srli_epi16(0xFFFFFFFF, lanes, kBits);
+}
+template <unsigned kBits> __m512i ShiftLeft16(__m512i lanes) {
+  return _mm512_maskz_slli_epi16(0xFFFFFFFF, lanes, kBits);
+}
+template <unsigned kBits> __m512i ShiftLeft(__m512i lanes) { return _mm512_maskz_slli_epi32(0xFFFF, lanes, kBits); }
+template <unsigned kBits> __m512i ShiftRightSigned(__m512i lanes) {
+  return _mm512_maskz_srai_epi32(0xFFFF, lanes, kBits);
+}
+
+// The X-ray's pixels as in the SSE2 rows: even bytes (0 and 2) and odd ones (1 and 3) in 16-bit
+// lanes, one pixel to a 32-bit lane.
+__m512i EvenBytes(__m512i pixels) { return _mm512_and_si512(pixels, _mm512_set1_epi16(0xFF)); }
+__m512i OddBytes(__m512i pixels) { return ShiftRight16<8>(pixels); }
+__m512i Interleave(__m512i even, __m512i odd) { return _mm512_or_si512(even, ShiftLeft16<8>(odd)); }
+
+// c + floor((target - c) * weight / 1024), a lane of weight 0 keeping c.
+__m512i Toward(__m512i c, __m512i target, __m512i weights) {
+  return _mm512_add_epi16(c, _mm512_mulhi_epi16(ShiftLeft16<6>(_mm512_sub_epi16(target, c)), weights));
+}
+
+// 255 - Y of sixteen ARGB pixels, one to a 32-bit lane: (980991 - (401 B + 1053 R + 2064 G)) >> 12.
+__m512i NegativeLuma16(__m512i pixels) {
+  const __m512i evenFactors = _mm512_set1_epi32(int(uint32_t(-1053) << 16 | uint16_t(-401)));
+  const __m512i oddFactors = _mm512_set1_epi32(uint16_t(-2064));
+  const __m512i sum = _mm512_add_epi32(_mm512_madd_epi16(EvenBytes(pixels), evenFactors),
+                                       _mm512_madd_epi16(OddBytes(pixels), oddFactors));
+  return ShiftRightSigned<12>(_mm512_add_epi32(sum, _mm512_set1_epi32(980991)));
 }
 
 // The first `count` of sixteen lanes, all of them from 16 on.
@@ -102,7 +129,7 @@ void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weight
   const __m512i zero = _mm512_setzero_si512();
   // floor((b - a) * w / 256): mulhi of (b - a) * 128 and 2 w, as the SSE2 row.
   const auto step = [](__m512i a16, __m512i b16, __m512i w16) {
-    return _mm512_add_epi16(a16, _mm512_mulhi_epi16(_mm512_slli_epi16(_mm512_sub_epi16(b16, a16), 7),
+    return _mm512_add_epi16(a16, _mm512_mulhi_epi16(ShiftLeft16<7>(_mm512_sub_epi16(b16, a16)),
                                                     _mm512_add_epi16(w16, w16)));
   };
   int x = 0;
@@ -137,6 +164,40 @@ void SoftEdgeRowAvx512(const uint8_t* a, const uint8_t* b, const int32_t* mask, 
   }
   const std::size_t at = std::size_t(x) * 4;
   SoftEdgeRowSse41(a + at, b + at, mask + x, out + at, pixels - x, t);
+}
+
+// Thirty-two pixels a step, in the SSE2 row's lane order within each 128 bits; the last pixels are
+// the SSE2 row's.
+void XRayNegativeRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int weight) {
+  const __m512i evenWeights = _mm512_set1_epi16(int16_t(weight)), oddWeights = _mm512_set1_epi32(weight);
+  int x = 0;
+  for (; x + 32 <= pixels; x += 32, source += 128, out += 128) {
+    const __m512i first = _mm512_loadu_si512(source), second = _mm512_loadu_si512(source + 64);
+    const __m512i negative = _mm512_packs_epi32(NegativeLuma16(first), NegativeLuma16(second));
+    const __m512i firstTargets = _mm512_unpacklo_epi16(negative, negative);
+    const __m512i secondTargets = _mm512_unpackhi_epi16(negative, negative);
+    _mm512_storeu_si512(out, Interleave(Toward(EvenBytes(first), firstTargets, evenWeights),
+                                        Toward(OddBytes(first), firstTargets, oddWeights)));
+    _mm512_storeu_si512(out + 64, Interleave(Toward(EvenBytes(second), secondTargets, evenWeights),
+                                             Toward(OddBytes(second), secondTargets, oddWeights)));
+  }
+  XRayNegativeRowSse2(source, out, pixels - x, weight);
+}
+
+// Sixteen pixels a step; the last pixels are the SSE2 row's.
+void XRayLumaNegativeRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int weight) {
+  const __m512i evenWeights = _mm512_set1_epi16(int16_t(weight)), oddWeights = _mm512_set1_epi32(weight);
+  const __m512i neutral = _mm512_set1_epi16(128);
+  const __m512i lumaFactor = _mm512_set1_epi32(int(uint32_t(-3518) << 16)), greyBase = _mm512_set1_epi32(964674);
+  int x = 0;
+  for (; x + 16 <= pixels; x += 16, source += 64, out += 64) {
+    const __m512i sixteen = _mm512_loadu_si512(source);
+    const __m512i even = EvenBytes(sixteen), odd = OddBytes(sixteen);
+    const __m512i lumaTargets = ShiftRightSigned<12>(_mm512_add_epi32(_mm512_madd_epi16(even, lumaFactor), greyBase));
+    const __m512i evenTargets = _mm512_or_si512(ShiftLeft<16>(lumaTargets), _mm512_set1_epi32(128));
+    _mm512_storeu_si512(out, Interleave(Toward(even, evenTargets, evenWeights), Toward(odd, neutral, oddWeights)));
+  }
+  XRayLumaNegativeRowSse2(source, out, pixels - x, weight);
 }
 
 }  // namespace vek

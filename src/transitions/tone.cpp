@@ -73,9 +73,11 @@ VekStatus TR_XRay::Process(VekEffectInstance* instance) noexcept {
   if (p <= 0.4f) {
     // A turns into its grey negative n = 255 - Y: c becomes (c * (1024 - k) + n * k) >> 10.
     const int k = int(p * 2.5f * 1024.0f);
-    eachRow(frame.sourceA, [&](const uint8_t* source, uint8_t* out, int pixels) {
-      (lumaChroma ? XRayLumaNegativeRowSse2 : XRayNegativeRowSse2)(source, out, pixels, k);
-    });
+    const bool wide = Avx512KernelsUsable();
+    const auto negativeRow = lumaChroma ? (wide ? XRayLumaNegativeRowAvx512 : XRayLumaNegativeRowSse2)
+                                        : (wide ? XRayNegativeRowAvx512 : XRayNegativeRowSse2);
+    eachRow(frame.sourceA,
+            [&](const uint8_t* source, uint8_t* out, int pixels) { negativeRow(source, out, pixels, k); });
   } else if (p <= 0.8f) {
     // The negative burns out: every colour byte becomes T[n], T[v] = min(shift + 4v, 255) where that
     // is above v, else v; T runs from the identity (shift -765) to white everywhere (shift 255).
