@@ -319,7 +319,13 @@ VekStatus TR_Collapse::Process(VekEffectInstance* instance) noexcept {
   // only the rows of blocks within that reach above a band can land in it.
   const int64_t leastDrop = int64_t(float(h) * e), mostDrop = int64_t(float(3 * h) * e);
   constexpr int kBandRows = 64;
-  for (int band = 0; band < frame.height; band += kBandRows) {
+  // No block lands above its least drop: those rows are B alone, copied past the caches on large
+  // frames, and the bands start below them.
+  const int clear = int(std::min<int64_t>(leastDrop, h));
+  const RunWriter writer = RunWriter::For(frame);
+  for (int y = 0; y < clear; ++y) writer.copy(frame.RowB(y), 0, frame.OutputRow(y), 0, frame.width, 0);
+  writer.Finish();
+  for (int band = clear; band < frame.height; band += kBandRows) {
     const int bandEnd = std::min(frame.height, band + kBandRows);
     for (int y = band; y < bandEnd; ++y) CopyPixels(frame.RowB(y), 0, frame.OutputRow(y), 0, frame.width);
     BlockRows pending{};
