@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "effect_run.h"
+#include "image/cpu.h"
 #include "video/kernels.h"
 
 namespace {
@@ -248,18 +249,21 @@ TEST(BufferService, LendsWrapsAndTakesBack) {
 
 // The vector kernels against the scalar ones, on random pixels with every fifth one transparent.
 TEST(MosaicKernels, ColumnSumsMatchScalarAndBlockSums) {
-  constexpr int kStride = 80, kRows = 300;  // 20 pixels a row
+  constexpr int kStride = 160, kRows = 300;  // 40 pixels a row
   const std::vector<uint8_t> pixels = PartlyClear(kStride / 4, kRows, 11).bytes;
   for (bool opaqueOnly : {false, true}) {
-    for (int width : {1, 3, 4, 7, 13, 20}) {
+    for (int width : {1, 3, 4, 7, 13, 20, 37}) {
       for (int rows : {1, 2, 9, 12, 13, 25, 257}) {
-        const uint8_t* first = pixels.data() + 4 * (20 - width);
+        const uint8_t* first = pixels.data() + 4 * (40 - width);
         std::vector<uint16_t> sums(4 * width, 3), counts(width, 2);  // added to what they hold
-        std::vector<uint16_t> vectorSums = sums, vectorCounts = counts;
         vek::AddColumnSums(first, kStride, width, rows, opaqueOnly, sums.data(), counts.data());
-        vek::AddColumnSumsSse2(first, kStride, width, rows, opaqueOnly, vectorSums.data(), vectorCounts.data());
-        EXPECT_EQ(vectorSums, sums) << width << " x " << rows << (opaqueOnly ? ", opaque only" : "");
-        EXPECT_EQ(vectorCounts, counts) << width << " x " << rows << (opaqueOnly ? ", opaque only" : "");
+        for (auto vector : {vek::AddColumnSumsSse2, vek::AddColumnSumsAvx512}) {
+          if (vector == vek::AddColumnSumsAvx512 && !vek::Avx512KernelsUsable()) continue;
+          std::vector<uint16_t> vectorSums(4 * width, 3), vectorCounts(width, 2);
+          vector(first, kStride, width, rows, opaqueOnly, vectorSums.data(), vectorCounts.data());
+          EXPECT_EQ(vectorSums, sums) << width << " x " << rows << (opaqueOnly ? ", opaque only" : "");
+          EXPECT_EQ(vectorCounts, counts) << width << " x " << rows << (opaqueOnly ? ", opaque only" : "");
+        }
 
         uint32_t block[4], vectorBlock[4], total[4] = {0, 0, 0, 0}, counted = 0;
         const uint32_t count = vek::SumBlock(first, kStride, width, rows, opaqueOnly, block);

@@ -105,6 +105,9 @@ void AddColumnSums(const uint8_t* first, std::size_t stride, int pixels, int row
                    uint16_t* counts);
 void AddColumnSumsSse2(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly, uint16_t* sums,
                        uint16_t* counts);
+// The same sixteen pixels at a time, where Avx512KernelsUsable().
+void AddColumnSumsAvx512(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly,
+                         uint16_t* sums, uint16_t* counts);
 
 // An ellipse's coverage of pixel centres, 0 outside to 256 well inside: with d the pixel centre's
 // offset from the centre in radii, (1 - |d|) * reach / edge cut to 0..1, in 256ths.

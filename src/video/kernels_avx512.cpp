@@ -36,4 +36,43 @@ void LookUpChannelsVbmi(const uint8_t* source, uint8_t* out, std::size_t pixels,
   }
 }
 
+// Sixteen pixels at a time down groups of up to twelve rows, the rows of a group read side by side
+// as in the SSE2 kernel; the pixels left over are the SSE2 kernel's. Sums and counts wrap in 16 bits,
+// so the order of the additions does not change them. The zero-masking forms under a full mask
+// stand for the plain ones, whose undefined pass-through GCC reports as maybe uninitialised.
+void AddColumnSumsAvx512(const uint8_t* first, std::size_t stride, int pixels, int rows, bool opaqueOnly,
+                         uint16_t* sums, uint16_t* counts) {
+  if (pixels <= 0 || rows <= 0) return;
+  constexpr int kGroupRows = 12;
+  const int blocks = pixels / 16;
+  const __m512i alpha = _mm512_set1_epi32(int(0xFF000000u)), one = _mm512_set1_epi32(1);
+  for (int row = 0; row < rows; row += kGroupRows) {
+    const int groupRows = rows - row < kGroupRows ? rows - row : kGroupRows;
+    const uint8_t* top = first + std::size_t(row) * stride;
+    for (int block = 0; block < blocks; ++block) {
+      __m512i low = _mm512_setzero_si512(), high = _mm512_setzero_si512(), opaque = _mm512_setzero_si512();
+      for (int r = 0; r < groupRows; ++r) {
+        __m512i sixteen = _mm512_loadu_si512(top + std::size_t(r) * stride + 64 * std::size_t(block));
+        if (opaqueOnly) {
+          const __mmask16 seen = _mm512_test_epi32_mask(sixteen, alpha);
+          sixteen = _mm512_maskz_mov_epi32(seen, sixteen);
+          opaque = _mm512_mask_add_epi32(opaque, seen, opaque, one);
+        }
+        low = _mm512_add_epi16(low, _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xFF, sixteen, 0)));
+        high = _mm512_add_epi16(high, _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xFF, sixteen, 1)));
+      }
+      uint16_t* lanes = sums + 64 * std::size_t(block);
+      _mm512_storeu_si512(lanes, _mm512_add_epi16(_mm512_loadu_si512(lanes), low));
+      _mm512_storeu_si512(lanes + 32, _mm512_add_epi16(_mm512_loadu_si512(lanes + 32), high));
+      if (opaqueOnly) {
+        auto* tally = reinterpret_cast<__m256i*>(counts + 16 * std::size_t(block));
+        const __m256i opaqueRows = _mm512_maskz_cvtepi32_epi16(0xFFFF, opaque);
+        _mm256_storeu_si256(tally, _mm256_add_epi16(_mm256_loadu_si256(tally), opaqueRows));
+      }
+    }
+  }
+  AddColumnSumsSse2(first + 64 * std::size_t(blocks), stride, pixels - 16 * blocks, rows, opaqueOnly,
+                    sums + 64 * std::size_t(blocks), counts ? counts + 16 * std::size_t(blocks) : nullptr);
+}
+
 }  // namespace vek

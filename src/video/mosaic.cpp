@@ -7,6 +7,7 @@
 #include <numeric>
 #include <optional>
 
+#include "image/cpu.h"
 #include "video/kernels.h"
 #include "video/video_effects.h"
 
@@ -131,8 +132,9 @@ class BlockPainter {
     const bool byPixelColumn = columnSums_ && rows.length <= kColumnSumRows;
     if (byPixelColumn) {
       std::fill_n(columnSums_.get(), 5 * std::size_t(covered_.length), uint16_t(0));
-      AddColumnSumsSse2(frame_.SourceRow(rows.start) + 4 * std::size_t(covered_.start), frame_.rowBytes,
-                        covered_.length, rows.length, alphaAware_, columnSums_.get(), CountsOfColumns());
+      const auto addColumnSums = Avx512KernelsUsable() ? AddColumnSumsAvx512 : AddColumnSumsSse2;
+      addColumnSums(frame_.SourceRow(rows.start) + 4 * std::size_t(covered_.start), frame_.rowBytes, covered_.length,
+                    rows.length, alphaAware_, columnSums_.get(), CountsOfColumns());
     }
     for (int column = 0; column < columns_.count; ++column) {
       const Span span = Column(column);
