@@ -1,5 +1,5 @@
 // The only file of the video effects built for AVX-512 (with its byte permutes); it includes nothing
-// of the project but kernels.h, and its kernel is called only where Avx512KernelsUsable().
+// of the project but kernels.h, and its kernels are called only where Avx512KernelsUsable().
 #include <immintrin.h>
 
 #include "video/kernels.h"
