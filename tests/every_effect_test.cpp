@@ -1,0 +1,149 @@
+// Every effect that renders, driven through the reference host with whatever a careless host could
+// hand it: parameter values drawn at random across their rows' ranges (enumerations also one past
+// either end), tiny and odd frame sizes, every field mode, layout, worker count and render hint,
+// and a size change between two renderings of one instance. The frames are allocated to their exact
+// size, so under the sanitizers any read or write outside them is caught; in every build the
+// sources must come back as they went in, and a refused call must leave the output untouched.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "effect_run.h"
+#include "frames.h"
+#include "plugin_fixture.h"
+#include "vekhost/error.h"
+#include "vekhost/render.h"
+
+namespace {
+
+using vek::host::Effect;
+using vek::host::Param;
+using vek::host::Value;
+using vek::test::Frame;
+using vek::test::kUntouched;
+using vek::test::LoadedPlugin;
+
+bool RendersAtAll(const Effect& effect) {
+  if (vek::host::IsAudio(effect)) return false;
+  vek::host::Instance instance(effect);
+  instance.Record().width = 2;
+  instance.Record().height = 2;
+  Frame a = Frame::Filled(2, 2, 0), b = Frame::Filled(2, 2, 255), out = Frame::Filled(2, 2, 0);
+  try {
+    instance.Prepare();
+    instance.SetInput(0, a.Data());
+    if (effect.inputs > 1) instance.SetInput(1, b.Data());
+    instance.Process(out.Data());
+  } catch (const vek::host::Error& error) {
+    return error.Status() != VEK_E_NOTIMPL;
+  }
+  return true;
+}
+
+float Between(std::mt19937& random, float low, float high) {
+  if (random() % 4 == 0) return random() % 2 ? low : high;
+  return std::uniform_real_distribution<float>(std::min(low, high), std::max(low, high))(random);
+}
+
+int64_t Between(std::mt19937& random, int64_t low, int64_t high) {
+  if (high < low) std::swap(low, high);
+  return std::uniform_int_distribution<int64_t>(low, high)(random);
+}
+
+// A value of the row's type; strings keep their defaults.
+Value RandomValue(const Param& param, std::mt19937& random) {
+  switch (param.typeCode) {
+    case VEK_TYPE_ENUM:
+      return Between(random, -1, int64_t(param.options.size()));
+    case VEK_TYPE_SWITCH:
+      return int64_t(random() % 2);
+    case VEK_TYPE_COLOUR:
+      return int64_t(random());
+    case VEK_TYPE_BYTE:
+    case VEK_TYPE_INT:
+      return Between(random, std::get<int64_t>(param.minimum), std::get<int64_t>(param.maximum));
+    case VEK_TYPE_FLOAT:
+      return Between(random, std::get<float>(param.minimum), std::get<float>(param.maximum));
+    case VEK_TYPE_RECT:
+    case VEK_TYPE_POSITION: {
+      std::vector<float> values = std::get<std::vector<float>>(param.defaultValue);
+      const auto& low = std::get<std::vector<float>>(param.minimum);
+      const auto& high = std::get<std::vector<float>>(param.maximum);
+      for (std::size_t i = 0; i < values.size() && i < low.size() && i < high.size(); ++i) {
+        values[i] = Between(random, low[i], high[i]);
+      }
+      return values;
+    }
+    default:
+      return param.defaultValue;
+  }
+}
+
+struct Size {
+  int width, height;
+};
+
+// One Prepare and Process at this size; fails the test if the sources changed, or if a refusal
+// wrote into the output.
+void RenderOnce(vek::host::Instance& instance, const Effect& effect, Size size, uint32_t seed) {
+  const Frame a = Frame::Random(size.width, size.height, seed), b = Frame::Random(size.width, size.height, ~seed);
+  Frame inA = a, inB = b, out = Frame::Filled(size.width, size.height, kUntouched);
+  instance.Record().width = uint32_t(size.width);
+  instance.Record().height = uint32_t(size.height);
+  bool refused = false;
+  try {
+    instance.Prepare();
+    instance.SetInput(0, inA.Data());
+    if (effect.inputs > 1) instance.SetInput(1, inB.Data());
+    instance.Process(out.Data());
+  } catch (const vek::host::Error&) {
+    refused = true;
+  }
+  EXPECT_EQ(inA.bytes, a.bytes) << "source A was written";
+  EXPECT_EQ(inB.bytes, b.bytes) << "source B was written";
+  if (refused) {
+    EXPECT_TRUE(vek::test::AllBytesAre(out, kUntouched)) << "a refused call wrote its output";
+  }
+}
+
+TEST(EveryEffect, RandomValuesOnTinyAndOddFramesStayInsideTheFrames) {
+  constexpr Size kSizes[] = {{1, 1}, {2, 1}, {1, 3}, {3, 2}, {17, 5}, {5, 17}, {33, 2}, {7, 7}};
+  constexpr int kDrawsPerSize = 6;
+  int tried = 0;
+  for (const Effect& effect : LoadedPlugin().Effects()) {
+    if (!RendersAtAll(effect)) continue;
+    ++tried;
+    std::mt19937 random(uint32_t(std::hash<std::string>{}(effect.classId)));
+    for (const Size size : kSizes) {
+      for (int draw = 0; draw < kDrawsPerSize; ++draw) {
+        vek::host::Instance instance(effect);
+        std::string values;
+        for (const Param& param : effect.params) {
+          const Value value = RandomValue(param, random);
+          instance.Set(param, value);
+          values += " " + param.key + "=" + vek::host::FormatValue(param, value);
+        }
+        VekEffectInstance& record = instance.Record();
+        record.fieldMode = int32_t(random() % 3);
+        record.colourLayout = int32_t(random() % 2);
+        record.workerCount = int32_t(random() % 4);
+        record.renderHint = random() % 2 ? 3 : 0;
+        const Size other = kSizes[random() % std::size(kSizes)];
+        SCOPED_TRACE(testing::Message() << effect.classId << " " << size.width << "x" << size.height << " then "
+                                        << other.width << "x" << other.height << ", field " << record.fieldMode
+                                        << ", layout " << record.colourLayout << ", " << record.workerCount
+                                        << " workers, hint " << record.renderHint << ":" << values);
+        const uint32_t seed = random();
+        RenderOnce(instance, effect, size, seed);
+        RenderOnce(instance, effect, other, seed + 1);
+        if (testing::Test::HasFailure()) return;
+      }
+    }
+  }
+  EXPECT_GT(tried, 0) << "no effect renders";
+}
+
+}  // namespace
