@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "color/stage_tables.h"
 #include "color/tone_curves.h"
 #include "effect_run.h"
+#include "image/cpu.h"
 #include "module/catalogue.h"
 #include "platform/platform.h"
 #include "vek_dsp/colour.h"
@@ -164,6 +166,35 @@ TEST(ColorAdj, ToneMapKeepsHueByTheRuleInBothVariants) {
               << "brightness " << brightness << " hint " << hint << " at " << x << "," << y;
         }
       }
+    }
+  }
+}
+
+// The vector tone kernels against the scalar one on rows of every length up to a few vectors, with
+// rising and falling maps and pixels whose bytes tie in every way the rule orders.
+TEST(ColorAdj, ToneKernelsGiveTheScalarBytes) {
+  std::mt19937 random(5);
+  std::vector<uint8_t> rising(256), jumbled(256);
+  for (int v = 0; v < 256; ++v) rising[v] = uint8_t(std::min(255, 20 + v * 7 / 8 + v % 3));
+  for (uint8_t& entry : jumbled) entry = uint8_t(random());
+  for (int pixels = 1; pixels <= 70; pixels += pixels < 40 ? 1 : 29) {
+    Frame source = Frame::Random(pixels, 1, uint32_t(pixels));
+    for (int x = 0; x < pixels; x += 2) {
+      uint8_t* p = source.Pixel(x, 0);
+      const int tie = int(random() % 4);  // bytes 0 = 1 = 2, 0 = 1, 1 = 2, 0 = 2
+      if (tie == 0 || tie == 1) p[1] = p[0];
+      if (tie == 0 || tie == 2) p[2] = p[1];
+      if (tie == 3) p[2] = p[0];
+    }
+    for (const std::vector<uint8_t>* map : {&rising, &jumbled}) {
+      std::vector<uint8_t> scalar(source.bytes.size()), vector(source.bytes.size(), kUntouched);
+      colour::ToneRow(source.Row(0), scalar.data(), pixels, map->data(), 255);
+      colour::ToneRowSsse3(source.Row(0), vector.data(), pixels, map->data(), 255);
+      ASSERT_EQ(vector, scalar) << "SSSE3, " << pixels << " pixels";
+      if (!vek::Avx512KernelsUsable()) continue;
+      std::fill(vector.begin(), vector.end(), kUntouched);
+      colour::ToneRowAvx512(source.Row(0), vector.data(), pixels, map->data(), 255);
+      ASSERT_EQ(vector, scalar) << "AVX-512, " << pixels << " pixels";
     }
   }
 }

@@ -10,6 +10,7 @@
 #include "color/kernels.h"
 #include "color/stage_tables.h"
 #include "color/tone_curves.h"
+#include "image/cpu.h"
 #include "platform/platform.h"
 #include "video/video_effect.h"
 
@@ -279,6 +280,8 @@ struct Kernels {
 constexpr Kernels kScalarKernels{LightRow, ToneRow, ChromaRow, LumaRow, SharpenRow, YuvToRgbRow, AddRgbChangeToYuvRow};
 constexpr Kernels kVectorKernels{LightRowSse41,   ToneRowSsse3,     ChromaRowSse41,           LumaRowSse41,
                                  SharpenRowSse41, YuvToRgbRowSse41, AddRgbChangeToYuvRowSse41};
+constexpr Kernels kWideKernels{LightRowSse41,   ToneRowAvx512,    ChromaRowSse41,           LumaRowSse41,
+                               SharpenRowSse41, YuvToRgbRowSse41, AddRgbChangeToYuvRowSse41};
 
 // The stages that work on RGB, in their order, from `in` to `out` (pixels of one row).
 struct ColourStages {
@@ -377,7 +380,8 @@ VekStatus CO_ColorAdj::Process(VekEffectInstance* instance) noexcept {
 
   const int width = frame.width, height = frame.height;
   const std::size_t rowBytes = frame.rowBytes, alignedStride = AlignedStride(uint32_t(width));
-  const Kernels& kernels = frame.renderHint >= 3 ? kVectorKernels : kScalarKernels;
+  const Kernels& kernels =
+      frame.renderHint < 3 ? kScalarKernels : Avx512KernelsUsable() ? kWideKernels : kVectorKernels;
   const ColourStages stages{
       state,
       plan,

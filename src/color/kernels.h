@@ -12,6 +12,8 @@ namespace vek::colour {
 // the map, the middle one keeps its place between them. `range` is the top of the input scale.
 void ToneRow(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* map, int32_t range);
 void ToneRowSsse3(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* map, int32_t range);
+// Where Avx512KernelsUsable().
+void ToneRowAvx512(const uint8_t* source, uint8_t* out, int pixels, const uint8_t* map, int32_t range);
 
 // Every colour byte scaled by gain[max of the three] (16.16), so the brightest byte follows the
 // recovery and fill-light curve and the others keep their ratio to it.
