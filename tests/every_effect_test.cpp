@@ -4,6 +4,7 @@
 // and a size change between two renderings of one instance. The frames are allocated to their exact
 // size, so under the sanitizers any read or write outside them is caught; in every build the
 // sources must come back as they went in, and a refused call must leave the output untouched.
+// With glibc's allocator, renderings must also not depend on what freshly allocated memory holds.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -31,17 +32,23 @@ using vek::test::Frame;
 using vek::test::kUntouched;
 using vek::test::LoadedPlugin;
 
+// Prepare at the frames' size, the inputs the effect has, then Process into `out`. Throws the
+// host's Error for a refusal.
+void Render(vek::host::Instance& instance, const Effect& effect, Frame& a, Frame& b, Frame& out) {
+  instance.Record().width = uint32_t(a.width);
+  instance.Record().height = uint32_t(a.height);
+  instance.Prepare();
+  instance.SetInput(0, a.Data());
+  if (effect.inputs > 1) instance.SetInput(1, b.Data());
+  instance.Process(out.Data());
+}
+
 bool RendersAtAll(const Effect& effect) {
   if (vek::host::IsAudio(effect)) return false;
   vek::host::Instance instance(effect);
-  instance.Record().width = 2;
-  instance.Record().height = 2;
   Frame a = Frame::Filled(2, 2, 0), b = Frame::Filled(2, 2, 255), out = Frame::Filled(2, 2, 0);
   try {
-    instance.Prepare();
-    instance.SetInput(0, a.Data());
-    if (effect.inputs > 1) instance.SetInput(1, b.Data());
-    instance.Process(out.Data());
+    Render(instance, effect, a, b, out);
   } catch (const vek::host::Error& error) {
     return error.Status() != VEK_E_NOTIMPL;
   }
@@ -96,14 +103,9 @@ struct Size {
 void RenderOnce(vek::host::Instance& instance, const Effect& effect, Size size, uint32_t seed) {
   const Frame a = Frame::Random(size.width, size.height, seed), b = Frame::Random(size.width, size.height, ~seed);
   Frame inA = a, inB = b, out = Frame::Filled(size.width, size.height, kUntouched);
-  instance.Record().width = uint32_t(size.width);
-  instance.Record().height = uint32_t(size.height);
   bool refused = false;
   try {
-    instance.Prepare();
-    instance.SetInput(0, inA.Data());
-    if (effect.inputs > 1) instance.SetInput(1, inB.Data());
-    instance.Process(out.Data());
+    Render(instance, effect, inA, inB, out);
   } catch (const vek::host::Error&) {
     refused = true;
   }
@@ -161,18 +163,13 @@ TEST(EveryEffect, RenderingsDoNotDependOnWhatFreshMemoryHolds) {
     std::srand(1);
     vek::host::Instance instance(effect);
     VekEffectInstance& record = instance.Record();
-    record.width = uint32_t(size.width);
-    record.height = uint32_t(size.height);
     record.fieldMode = fieldMode;
     record.colourLayout = layout;
     record.workerCount = workers;
     record.renderHint = 3;
     Frame a = Frame::Random(size.width, size.height, 1), b = Frame::Random(size.width, size.height, 2);
     Frame out = Frame::Filled(size.width, size.height, kUntouched);
-    instance.Prepare();
-    instance.SetInput(0, a.Data());
-    if (effect.inputs > 1) instance.SetInput(1, b.Data());
-    instance.Process(out.Data());
+    Render(instance, effect, a, b, out);
     mallopt(M_PERTURB, 0);
     return out;
   };
