@@ -252,8 +252,13 @@ inline __m128i SampleInside(const uint32_t* topLeft, std::size_t stride, uint32_
 // and down.
 constexpr int32_t kMaxRunInsideSize = 32767;
 
-// How many pixels ahead RunInside prefetches texels.
-constexpr int kPrefetch = 16;
+// How many pixels ahead RunInside prefetches texels. Walking along a picture's rows, a pixel meets
+// a new line only every few pixels, and the texels must be asked for far ahead to arrive in time;
+// walking across them (a picture turned on its side), every pixel or two meets new lines, and asking
+// that far ahead would want more lines in flight than the processor keeps.
+int PrefetchDistance(int32_t du, int32_t dv) {
+  return 4 * int64_t(std::abs(dv)) <= int64_t(std::abs(du)) ? 48 : 16;
+}
 
 // Bilinear texels inside the texture for a run of pixels with stepped coordinates: the common case
 // of a picture on a face under one light, with no depth test and no blending. Four pixels at a
@@ -268,7 +273,8 @@ void RunInside(uint32_t* out, int count, int32_t u, int32_t v, int32_t du, int32
   const __m128i stepU = _mm_set1_epi32(4 * du), stepV = _mm_set1_epi32(4 * dv);
   __m128i us = _mm_setr_epi32(u, u + du, u + 2 * du, u + 3 * du);
   __m128i vs = _mm_setr_epi32(v, v + dv, v + 2 * dv, v + 3 * dv);
-  const __m128i reachU = _mm_set1_epi32(kPrefetch * du), reachV = _mm_set1_epi32(kPrefetch * dv);
+  const int distance = PrefetchDistance(du, dv);
+  const __m128i reachU = _mm_set1_epi32(distance * du), reachV = _mm_set1_epi32(distance * dv);
   // Texel offsets r stride + c from coordinates.
   auto offsetsOf = [&](__m128i uu, __m128i vv) {
     const __m128i columns = _mm_srli_epi32(uu, kTexelBits), rows = _mm_srli_epi32(vv, kTexelBits);
