@@ -273,8 +273,10 @@ void RunInside(uint32_t* out, int count, int32_t u, int32_t v, int32_t du, int32
   const __m128i stepU = _mm_set1_epi32(4 * du), stepV = _mm_set1_epi32(4 * dv);
   __m128i us = _mm_setr_epi32(u, u + du, u + 2 * du, u + 3 * du);
   __m128i vs = _mm_setr_epi32(v, v + dv, v + 2 * dv, v + 3 * dv);
-  const int distance = PrefetchDistance(du, dv);
-  const __m128i reachU = _mm_set1_epi32(distance * du), reachV = _mm_set1_epi32(distance * dv);
+  // Only an address to prefetch: the lanes wrap as the coordinates' lanes do.
+  const uint32_t distance = uint32_t(PrefetchDistance(du, dv));
+  const __m128i reachU = _mm_set1_epi32(int32_t(distance * uint32_t(du)));
+  const __m128i reachV = _mm_set1_epi32(int32_t(distance * uint32_t(dv)));
   // Texel offsets r stride + c from coordinates.
   auto offsetsOf = [&](__m128i uu, __m128i vv) {
     const __m128i columns = _mm_srli_epi32(uu, kTexelBits), rows = _mm_srli_epi32(vv, kTexelBits);
