@@ -93,10 +93,12 @@ TEST(Rasterizer, RunsDrawnBetweenHooksMatchTheDirectDrawing) {
   TextureManager store;
   const TextureRecord* texture = store.CreateTexture(picture.data(), 33, 21);
   // The last rows stay empty, so that the runs there are reached only because every run is visited.
+  // The second square lies almost on its side, so the workers also share the making of a turned copy.
   auto queueFills = [&](RasterizerGen& raster) {
     const uint8_t glass[4] = {200, 40, 90, 128}, solid[4] = {10, 220, 30, 255};
     QueueTriangle(raster, -0.9f, 1.8f, 1.6f, 1.9f, 0.2f, 1.5f, glass);  // in the top rows only
     QueueQuad(raster, texture, 0.1f, 0.2f, 3, 1.2f, 0.5f, 0.7f, 1);
+    QueueQuad(raster, texture, -0.2f, -0.5f, 3, 0.8f, 1.5f, 0.2f, 1);
     QueueTriangle(raster, -1.5f, -0.2f, 0.4f, 0.6f, 0.9f, -0.8f, solid);
   };
   std::vector<uint32_t> direct(std::size_t(kWidth) * kHeight);
@@ -124,7 +126,8 @@ TEST(Rasterizer, RunsDrawnBetweenHooksMatchTheDirectDrawing) {
 
 // Textures up to 32767 texels across go through a loop that samples four pixels at once, wider ones
 // pixel by pixel. The wide texture repeats the picture across, and texture coordinates scaled by a
-// power of two stay exact, so they reach the same texels with the same weights.
+// power of two stay exact, so they reach the same texels with the same weights. Turned almost on its
+// side, the picture is walked down its columns, which the loop reads from a turned copy.
 TEST(Rasterizer, FourPixelBilinearLoopMatchesThePixelByPixelPath) {
   constexpr int kPictureWidth = 151, kPictureHeight = 29, kRepeats = 256, kCanvas = 256;
   const std::vector<uint32_t> picture = RandomTexels(kPictureWidth * kPictureHeight, 11);
@@ -134,27 +137,29 @@ TEST(Rasterizer, FourPixelBilinearLoopMatchesThePixelByPixelPath) {
   TextureManager store;
   const TextureRecord* narrow = store.CreateTexture(picture.data(), kPictureWidth, kPictureHeight);
   const TextureRecord* repeated = store.CreateTexture(wide.data(), kPictureWidth * kRepeats, kPictureHeight);
-  for (int layout : {kLayoutArgb, kLayoutAyuv}) {
-    for (bool lit : {false, true}) {
-      auto draw = [&](const TextureRecord* texture, float sMax) {
-        std::vector<uint32_t> colour(kCanvas * kCanvas, 0);
-        RasterizerGen raster;
-        InitPerspective(raster, kCanvas, kCanvas, colour.data());
-        raster.SetMode(layout);
-        // Ambient and diffuse light only, the same at every corner: the loop is taken for flat lighting alone.
-        raster.SetLighting(lit);
-        raster.SetLightEnabled(0, true);
-        raster.SetLightColour(0, 0, 90, 160, 40);
-        raster.SetLightColour(0, 1, 100, 60, 150);
-        raster.SetLightPosition(0, 0.5f, 0.5f, -1, 0);
-        QueueQuad(raster, texture, 0, 0.3f, 4, 2.1f, 0.45f, 0.9f, sMax);
-        raster.Execute();
-        return colour;
-      };
-      const std::vector<uint32_t> fourAtOnce = draw(narrow, 1);
-      EXPECT_EQ(FirstDifference(fourAtOnce, draw(repeated, 1.0f / kRepeats), kCanvas), "none")
-          << "layout " << layout << " lit " << lit;
-      EXPECT_GT(std::count_if(fourAtOnce.begin(), fourAtOnce.end(), [](uint32_t p) { return p != 0; }), 10000);
+  for (const float turn : {0.45f, 1.5f}) {
+    for (int layout : {kLayoutArgb, kLayoutAyuv}) {
+      for (bool lit : {false, true}) {
+        auto draw = [&](const TextureRecord* texture, float sMax) {
+          std::vector<uint32_t> colour(kCanvas * kCanvas, 0);
+          RasterizerGen raster;
+          InitPerspective(raster, kCanvas, kCanvas, colour.data());
+          raster.SetMode(layout);
+          // Ambient and diffuse light only, the same at every corner: the loop is taken for flat lighting alone.
+          raster.SetLighting(lit);
+          raster.SetLightEnabled(0, true);
+          raster.SetLightColour(0, 0, 90, 160, 40);
+          raster.SetLightColour(0, 1, 100, 60, 150);
+          raster.SetLightPosition(0, 0.5f, 0.5f, -1, 0);
+          QueueQuad(raster, texture, 0, 0.3f, 4, 2.1f, turn, 0.9f, sMax);
+          raster.Execute();
+          return colour;
+        };
+        const std::vector<uint32_t> fourAtOnce = draw(narrow, 1);
+        EXPECT_EQ(FirstDifference(fourAtOnce, draw(repeated, 1.0f / kRepeats), kCanvas), "none")
+            << "turn " << turn << " layout " << layout << " lit " << lit;
+        EXPECT_GT(std::count_if(fourAtOnce.begin(), fourAtOnce.end(), [](uint32_t p) { return p != 0; }), 10000);
+      }
     }
   }
 }

@@ -248,6 +248,18 @@ inline __m128i SampleInside(const uint32_t* topLeft, std::size_t stride, uint32_
   return LerpLanes(column, _mm_unpackhi_epi64(column, column), _mm_set1_epi16(int16_t(fx)));
 }
 
+// SampleInside on a texture turned on its side (its columns stored as rows): the pair loaded from a
+// row is a column pair of the picture, so the pairs are blended first, then the two results; fx
+// and fy weigh the turned texture's columns and rows, the picture's rows and columns.
+inline __m128i SampleInsideTurned(const uint32_t* topLeft, std::size_t stride, uint32_t fx, uint32_t fy) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i top = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft)), zero);
+  const __m128i bottom = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(topLeft + stride)), zero);
+  const __m128i columns =
+      LerpLanes(_mm_unpacklo_epi64(top, bottom), _mm_unpackhi_epi64(top, bottom), _mm_set1_epi16(int16_t(fx)));
+  return LerpLanes(columns, _mm_unpackhi_epi64(columns, columns), _mm_set1_epi16(int16_t(fy)));
+}
+
 // RunInside forms texel offsets with 16-bit multiply-adds: textures up to this many texels across
 // and down.
 constexpr int32_t kMaxRunInsideSize = 32767;
@@ -263,8 +275,8 @@ int PrefetchDistance(int32_t du, int32_t dv) {
 // Bilinear texels inside the texture for a run of pixels with stepped coordinates: the common case
 // of a picture on a face under one light, with no depth test and no blending. Four pixels at a
 // time, their coordinates, weights and texel offsets in the lanes of a vector; the blends are
-// those of SampleInside.
-template <bool Lit>
+// those of SampleInside, or of SampleInsideTurned when `pixels` is a turned texture.
+template <bool Lit, bool Turned>
 void RunInside(uint32_t* out, int count, int32_t u, int32_t v, int32_t du, int32_t dv, const uint32_t* pixels,
                std::size_t stride, const LaneLight& light) {
   const __m128i zero = _mm_setzero_si128(), weightMask = _mm_set1_epi32(255);
@@ -292,9 +304,16 @@ void RunInside(uint32_t* out, int count, int32_t u, int32_t v, int32_t du, int32
   auto twoPixels = [&](__m128i top, __m128i bottom, __m128i fx, __m128i fy) {
     top = _mm_shuffle_epi32(top, _MM_SHUFFLE(3, 1, 2, 0));  // both left texels, then both right
     bottom = _mm_shuffle_epi32(bottom, _MM_SHUFFLE(3, 1, 2, 0));
-    const __m128i left = LerpLanes(_mm_unpacklo_epi8(top, zero), _mm_unpacklo_epi8(bottom, zero), fy);
-    const __m128i right = LerpLanes(_mm_unpackhi_epi8(top, zero), _mm_unpackhi_epi8(bottom, zero), fy);
-    const __m128i c = LerpLanes(left, right, fx);
+    __m128i c;
+    if constexpr (Turned) {
+      const __m128i upper = LerpLanes(_mm_unpacklo_epi8(top, zero), _mm_unpackhi_epi8(top, zero), fx);
+      const __m128i lower = LerpLanes(_mm_unpacklo_epi8(bottom, zero), _mm_unpackhi_epi8(bottom, zero), fx);
+      c = LerpLanes(upper, lower, fy);
+    } else {
+      const __m128i left = LerpLanes(_mm_unpacklo_epi8(top, zero), _mm_unpacklo_epi8(bottom, zero), fy);
+      const __m128i right = LerpLanes(_mm_unpackhi_epi8(top, zero), _mm_unpackhi_epi8(bottom, zero), fy);
+      c = LerpLanes(left, right, fx);
+    }
     return Lit ? LightLanes(c, light) : c;
   };
   const uint32_t* below = pixels + stride;
@@ -324,8 +343,9 @@ void RunInside(uint32_t* out, int count, int32_t u, int32_t v, int32_t du, int32
     us = _mm_add_epi32(us, stepU), vs = _mm_add_epi32(vs, stepV);
   }
   for (u += k * du, v += k * dv; k < count; ++k, u += du, v += dv) {
-    __m128i c = SampleInside(pixels + std::size_t(TexelOf(v)) * stride + std::size_t(TexelOf(u)), stride, WeightOf(u),
-                             WeightOf(v));
+    const uint32_t* topLeft = pixels + std::size_t(TexelOf(v)) * stride + std::size_t(TexelOf(u));
+    __m128i c = Turned ? SampleInsideTurned(topLeft, stride, WeightOf(u), WeightOf(v))
+                       : SampleInside(topLeft, stride, WeightOf(u), WeightOf(v));
     if constexpr (Lit) c = LightLanes(c, light);
     out[k] = uint32_t(_mm_cvtsi128_si32(_mm_packus_epi16(c, c)));
   }
@@ -453,12 +473,23 @@ void Span(const Prepared& tri, const Target& target, int row, int first, int las
           while (to >= from && !texelsInside(to)) --to;
         }
         if (from <= to) {
-          const std::size_t stride = std::size_t(texture->width);
           const int32_t uFrom = u + du * (from - run), vFrom = v + dv * (from - run);
-          if (modulate) {
-            RunInside<true>(out + from, to - from + 1, uFrom, vFrom, du, dv, texture->pixels, stride, lanes);
+          const int n = to - from + 1;
+          if (tri.turned && std::abs(dv) > std::abs(du)) {
+            // Down the picture's columns: along the rows of its turned copy.
+            const std::size_t stride = std::size_t(texture->height);
+            if (modulate) {
+              RunInside<true, true>(out + from, n, vFrom, uFrom, dv, du, tri.turned, stride, lanes);
+            } else {
+              RunInside<false, true>(out + from, n, vFrom, uFrom, dv, du, tri.turned, stride, lanes);
+            }
           } else {
-            RunInside<false>(out + from, to - from + 1, uFrom, vFrom, du, dv, texture->pixels, stride, lanes);
+            const std::size_t stride = std::size_t(texture->width);
+            if (modulate) {
+              RunInside<true, false>(out + from, n, uFrom, vFrom, du, dv, texture->pixels, stride, lanes);
+            } else {
+              RunInside<false, false>(out + from, n, uFrom, vFrom, du, dv, texture->pixels, stride, lanes);
+            }
           }
           pixels(run, from - 1, u, v, du, dv, false);
           pixels(to + 1, end, u + du * (to + 1 - run), v + dv * (to + 1 - run), du, dv, false);
@@ -489,6 +520,38 @@ RasterizerGen::SpanFn ChooseSpan(int kind, bool ayuv, bool flat) {
   }
 }
 
+// Columns c0..c1-1 of a w x h picture as rows c0..c1-1 of `turned`, h pixels each: in blocks of 64
+// rows, four columns of four rows at a time.
+void TurnColumns(const uint32_t* pixels, int w, int h, uint32_t* turned, int c0, int c1) {
+  const std::size_t in = std::size_t(w), out = std::size_t(h);
+  for (int y0 = 0; y0 < h; y0 += 64) {
+    const int y1 = std::min(h, y0 + 64), fourRows = y0 + (y1 - y0) / 4 * 4;
+    int c = c0;
+    for (; c + 4 <= c1; c += 4) {
+      for (int y = y0; y < fourRows; y += 4) {
+        const uint32_t* from = pixels + std::size_t(y) * in + std::size_t(c);
+        const __m128i r0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+        const __m128i r1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + in));
+        const __m128i r2 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 2 * in));
+        const __m128i r3 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 3 * in));
+        const __m128i low01 = _mm_unpacklo_epi32(r0, r1), high01 = _mm_unpackhi_epi32(r0, r1);
+        const __m128i low23 = _mm_unpacklo_epi32(r2, r3), high23 = _mm_unpackhi_epi32(r2, r3);
+        uint32_t* to = turned + std::size_t(c) * out + std::size_t(y);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_unpacklo_epi64(low01, low23));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + out), _mm_unpackhi_epi64(low01, low23));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 2 * out), _mm_unpacklo_epi64(high01, high23));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 3 * out), _mm_unpackhi_epi64(high01, high23));
+      }
+      for (int y = fourRows; y < y1; ++y)
+        for (int k = 0; k < 4; ++k)
+          turned[std::size_t(c + k) * out + std::size_t(y)] = pixels[std::size_t(y) * in + std::size_t(c + k)];
+    }
+    for (; c < c1; ++c)
+      for (int y = y0; y < y1; ++y)
+        turned[std::size_t(c) * out + std::size_t(y)] = pixels[std::size_t(y) * in + std::size_t(c)];
+  }
+}
+
 // The plane through three values at three points, anchored at the first point.
 Plane MakePlane(const double* x, const double* y, double det, float a0, float a1, float a2) {
   const double e1x = x[1] - x[0], e1y = y[1] - y[0], e2x = x[2] - x[0], e2y = y[2] - y[0];
@@ -501,6 +564,7 @@ Plane MakePlane(const double* x, const double* y, double det, float a0, float a1
 RasterizerGen::RasterizerGen() noexcept = default;
 
 RasterizerGen::~RasterizerGen() {
+  for (uint32_t* pixels : turned_) std::free(pixels);
   std::free(depth_);
   std::free(queue_);
   std::free(runImages_);
@@ -742,6 +806,8 @@ void RasterizerGen::Queue(bool textured, const TextureRecord* texture, int32_t s
     Prepared& tri = queue_[queued_];
     if (!Prepare(pending_[0], pending_[k], pending_[k + 1], tri)) continue;
     tri.texture = texture;
+    tri.turned = nullptr;
+    tri.bilinear = kind == kBilinear || kind == kBilinearClamp;
     tri.depthTest = depthTest_;
     std::copy(pendingColour_, pendingColour_ + 4, tri.colour);
     tri.flat = pendingFlat_;
@@ -873,6 +939,7 @@ void RasterizerGen::ForEachRun(int rows, bool wholeImage, RunFn&& run) noexcept 
   }
   if (top > bottom) top = 0, bottom = height_ - 1;
   const Target target{colour_, anyDepth ? DepthBuffer() : nullptr, width_, 0};
+  TurnWalkedTextures();
   const int firstRun = top / rows, lastRun = bottom / rows, allRuns = (height_ + rows - 1) / rows;
   const int begin = wholeImage ? 0 : firstRun, end = wholeImage ? allRuns : lastRun + 1;
   const int workers = std::max(1, std::min(workers_, end - begin));
@@ -886,6 +953,57 @@ void RasterizerGen::ForEachRun(int rows, bool wholeImage, RunFn&& run) noexcept 
     }
   });
   queued_ = 0;
+}
+
+void RasterizerGen::TurnWalkedTextures() noexcept {
+  // How many pixels of each texture the four-pixel loop would walk down its columns, estimated
+  // from each fill's bounding box and its texture steps along a row at its first corner.
+  struct Walked {
+    const TextureRecord* texture;
+    double pixels;
+  };
+  constexpr int kMostTextures = 8;
+  Walked walked[kMostTextures];
+  int textures = 0;
+  for (int k = 0; k < queued_; ++k) {
+    Prepared& tri = queue_[k];
+    tri.turned = nullptr;
+    const TextureRecord* texture = tri.texture;
+    if (!texture || !tri.bilinear || !tri.flat || tri.depthTest || tri.colour[3] != 255 ||
+        texture->width > kMaxRunInsideSize || texture->height > kMaxRunInsideSize) {
+      continue;
+    }
+    // The steps of s / q and t / q along a row, both times q squared.
+    const double du = double(tri.s.dx) * tri.q.at - double(tri.s.at) * tri.q.dx;
+    const double dv = double(tri.t.dx) * tri.q.at - double(tri.t.at) * tri.q.dx;
+    if (!(std::fabs(dv) > std::fabs(du))) continue;
+    int at = 0;
+    while (at < textures && walked[at].texture != texture) ++at;
+    if (at == textures) {
+      if (textures == kMostTextures) continue;
+      walked[textures++] = {texture, 0.0};
+    }
+    walked[at].pixels += 0.5 * (double(tri.x1) - tri.x0 + 1) * (double(tri.y1) - tri.y0 + 1);
+  }
+  // A turned copy costs about as much as drawing half as many pixels down the columns saves.
+  int slot = 0;
+  for (int k = 0; k < textures && slot < kMaxTurned; ++k) {
+    const TextureRecord& texture = *walked[k].texture;
+    const std::size_t texels = std::size_t(texture.width) * std::size_t(texture.height);
+    if (walked[k].pixels * 2 < double(texels)) continue;
+    if (turnedPixels_[slot] < texels) {
+      std::free(turned_[slot]);
+      turned_[slot] = static_cast<uint32_t*>(std::malloc(texels * sizeof(uint32_t)));
+      turnedPixels_[slot] = turned_[slot] ? texels : 0;
+      if (!turned_[slot]) continue;  // drawn down the columns of the texture itself
+    }
+    uint32_t* turned = turned_[slot++];
+    ParallelRows(workers_, texture.width,
+                 [&](int c0, int c1) { TurnColumns(texture.pixels, texture.width, texture.height, turned, c0, c1); });
+    for (int q = 0; q < queued_; ++q) {
+      if (queue_[q].texture == &texture && queue_[q].bilinear) queue_[q].turned = turned;
+    }
+  }
 }
 
 void RasterizerGen::Execute() noexcept {

@@ -17,6 +17,8 @@
 // - Texture coordinate (0, 0) is the first pixel of the texture's first row, (1, 1) the far
 //   corner of its last one. Path 0 computes them perspective-correct every 32 pixels of a row and
 //   steps them linearly in between; textures of any size work, powers of two repeat by masking.
+//   Before drawing, a texture that the fills walk down its columns over many pixels is copied
+//   turned on its side, so that those rows read it along its lines; the bytes stay the same.
 // - Lighting is per vertex: every enabled light adds ambient + diffuse (N.L) + specular (N.H)^16,
 //   each colour channel up to 255. A textured pixel is its texel lit by that colour (AYUV: luma
 //   and chroma scaled towards black by the light's luma); an untextured one the triangle's colour
@@ -151,7 +153,11 @@ class RasterizerGen {
     uint32_t flatPixel;  // the pixel of an untextured triangle of one colour
     uint8_t colour[4];   // blue, green, red, alpha
     bool flat, modulate, depthTest;
+    bool bilinear;  // a bilinear kind of textured fill
     const TextureRecord* texture;
+    // The texture turned on its side (its columns stored as rows), when fills walk down its columns
+    // over many pixels; null otherwise.
+    const uint32_t* turned;
     SpanFn span;
   };
 
@@ -205,6 +211,13 @@ class RasterizerGen {
   bool holding_ = false;
   uint32_t* runImages_ = nullptr;  // ExecuteInRuns' rows, a run's worth per worker
   std::size_t runImagePixels_ = 0;
+
+  // Turned copies of the textures that the queued fills walk down the columns of, made before the
+  // fills are drawn; their memory is kept for the next drawing.
+  void TurnWalkedTextures() noexcept;
+  static constexpr int kMaxTurned = 2;
+  uint32_t* turned_[kMaxTurned] = {};
+  std::size_t turnedPixels_[kMaxTurned] = {};
 };
 
 }  // namespace vek::render
