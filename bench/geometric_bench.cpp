@@ -1,10 +1,13 @@
 // The wipes, pushes, shutter and splices at 1920x1080, every direction or type at a few progress
 // values and one field: the copying ones against one frame's memcpy, the blending ones against the
-// read-two-write-one loop, all in the same run.
+// read-two-write-one loop, all in the same run. Two floors go with them: how fast a frame copy can
+// go when its output streams past the caches, as the run copies of large frames do, and when whole
+// rows come from both sources in turn into a cached output.
 #include <cstring>
 #include <string>
 
 #include "effect_bench.h"
+#include "transitions/kernels.h"
 
 namespace vek::bench {
 namespace {
@@ -17,9 +20,26 @@ struct Family {
   int renderHint = 0;
 };
 
+// Every output row copied whole with `copy`: from A, or from A and B in turn.
+void RowCopies(benchmark::State& state, Size size, BaselineKind baseline, CopyPixelsFn copy, bool alternate) {
+  Frames frames(size);
+  const std::size_t rowBytes = std::size_t(size.width) * 4;
+  TimeAgainst(state, baseline, frames, [&] {
+    for (int y = 0; y < size.height; ++y) {
+      const uint8_t* source = (alternate && y % 2 == 1 ? frames.b : frames.a).data() + y * rowBytes;
+      copy(source, 0, frames.out.data() + y * rowBytes, 0, size.width, 0);
+    }
+    StreamFenceSse2();
+  });
+}
+
 [[maybe_unused]] const bool kRegistered = [] {
   const Size size{1920, 1080};
   const Baselines baselines = RegisterBaselines(size);
+  RegisterPaired(Name({"Copy/floor/streamed-rows/", size.Name()}), baselines.copy,
+                 [size](benchmark::State& s, BaselineKind kind) { RowCopies(s, size, kind, StreamPixelsSse2, false); });
+  RegisterPaired(Name({"Copy/floor/rows-from-both/", size.Name()}), baselines.copy,
+                 [size](benchmark::State& s, BaselineKind kind) { RowCopies(s, size, kind, CopyPixels, true); });
   const std::initializer_list<const char*> directions = {"Up", "Down", "Left", "Right"};
   const Family families[] = {
       {"DSP_TR_Wipe", "Wipe", directions, true},
