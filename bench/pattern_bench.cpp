@@ -27,6 +27,9 @@ constexpr Case kCases[] = {
     {"Collapse/L", "DSP_TR_Collapse", 0.6f, 2, 0},
     {"Collapse/XL", "DSP_TR_Collapse", 0.6f, 3, 0},
     {"Collapse/S/early", "DSP_TR_Collapse", 0.2f, 0, 0},
+    {"Collapse/M/early", "DSP_TR_Collapse", 0.2f, 1, 0},
+    {"Collapse/L/early", "DSP_TR_Collapse", 0.2f, 2, 0},
+    {"Collapse/XL/early", "DSP_TR_Collapse", 0.2f, 3, 0},
     {"Threshold/One", "DSP_TR_Threshold", 0.6f, 0, 0},
     {"Threshold/Two", "DSP_TR_Threshold", 0.6f, 1, 0},
     {"Threshold/One/luma", "DSP_TR_Threshold", 0.6f, 0, 1},
@@ -38,6 +41,7 @@ constexpr Case kCases[] = {
     {"XRay/to-B/luma", "DSP_TR_XRay", 0.9f, 0, 1},
     {"ColorSplit", "DSP_TR_ColorSplit", 0.6f, 0, 0},
     {"ColorSplit/early", "DSP_TR_ColorSplit", 0.2f, 0, 0},
+    {"ColorSplit/start", "DSP_TR_ColorSplit", 0.05f, 0, 0},
     {"ColorSplit/luma", "DSP_TR_ColorSplit", 0.6f, 0, 1},
 };
 
