@@ -1,9 +1,11 @@
 // The threshold, X-ray and colour-split transitions, driven through the reference host, against
-// their rules worked out here; all six pattern transitions on small and odd frames; and the AVX-512
-// rows of the X-ray and the colour split against their references.
+// their rules worked out here; all six pattern transitions on small and odd frames; the AVX-512 rows
+// of the X-ray and the colour split's rows against their references.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "geometric_run.h"
@@ -170,7 +172,8 @@ TEST(ColorSplit, FramesAndFieldsFollowTheFallRule) {
   for (auto [width, height] : {std::pair{1, 1}, {5, 9}, {13, 40}}) {
     Frame a = Frame::Random(width, height, 51), b = Frame::Random(width, height, 52);
     for (int layout : {0, 1}) {
-      // Up to 0.5 on these heights pixels are sent down from their rows, from there gathered.
+      // Without AVX-512, pixels are sent down from their rows up to 0.5 on these heights and gathered
+      // from there; with it, always gathered.
       for (float progress : {0.0f, 0.25f, 0.45f, 0.5f, 0.6f, 0.9f, 1.0f}) {
         const Frame expected = ExpectedColorSplit(a, b, progress, layout == 1);
         for (int field : {0, 1, 2}) {
@@ -205,30 +208,55 @@ TEST(XRay, WideNegativeRowsGiveTheScalarBytes) {
   }
 }
 
-// The AVX-512 rows against their references: the rows sent down by masked stores land where the
-// SSE2 row sends them, and the gathered rows take what the scalar gather takes. Whole and partial
-// steps of sixteen, landing rows past the bottom, both fields, every candidate count, both layouts.
-TEST(ColorSplit, VectorRowsMatch) {
-  if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 on this processor";
-  Frame rows = Frame::Random(37, 4, 53);
-  const Frame canvas = Frame::Random(37, 30, 54);
-  for (int pixels : {37, 32, 15}) {
-    for (bool lumaChroma : {false, true}) {
-      for (int parity : {-1, 0, 1}) {
-        for (int y : {0, 3, 21}) {
-          Frame sse2 = canvas, avx512 = canvas;
-          vek::FallRowSse2(rows.bytes.data(), y, sse2.bytes.data(), 37 * 4, pixels, 30, 2, parity, lumaChroma);
-          vek::FallRowAvx512(rows.bytes.data(), y, avx512.bytes.data(), 37 * 4, pixels, 30, 2, parity, lumaChroma);
-          ASSERT_EQ(avx512.bytes, sse2.bytes) << pixels << " pixels, parity " << parity << ", layout " << lumaChroma
-                                              << ", row " << y;
+// The colour split's rows against the scalar gather, on one frame for several falls: every source
+// row sent down by the SSE2 rows, for the frame and for each field; each output row gathered by the
+// SSE2 rows where at most three source rows reach it, and by the AVX-512 rows with plain and with
+// streaming stores. The frame's rows start on a cache line and off it, landing rows fall past the
+// bottom, and the last step of sixteen pixels is partial.
+TEST(ColorSplit, SentAndGatheredRowsMatch) {
+  constexpr int kWidth = 40, kHeight = 30;
+  constexpr std::size_t kRowBytes = kWidth * 4;
+  const Frame a = Frame::Random(kWidth, kHeight, 53), b = Frame::Random(kWidth, kHeight, 54);
+  std::vector<uint8_t> storage(kRowBytes * kHeight + 64);
+  uint8_t* const onLines = storage.data() + (64 - reinterpret_cast<uintptr_t>(storage.data()) % 64) % 64;
+  for (bool lumaChroma : {false, true}) {
+    for (int64_t fall : {1, 2, 7, 8}) {
+      SCOPED_TRACE("fall " + std::to_string(fall) + ", layout " + std::to_string(lumaChroma));
+      const uint8_t* candidates[kHeight][vek::kFallClasses];
+      int counts[kHeight] = {};
+      Frame gathered = b;
+      for (int y = 0; y < kHeight; ++y) {
+        for (int64_t from = y - fall; counts[y] < vek::kFallClasses && from >= 0; from -= fall) {
+          candidates[y][counts[y]++] = a.Row(int(from));
         }
+        vek::FallGatherRowScalar(candidates[y], counts[y], b.Row(y), gathered.Pixel(0, y), kWidth, lumaChroma);
       }
-      const uint8_t* candidates[vek::kMostGathered] = {rows.Pixel(0, 1), rows.Pixel(0, 2), rows.Pixel(0, 3)};
-      for (int count = 0; count <= vek::kMostGathered; ++count) {
-        std::vector<uint8_t> scalar(canvas.bytes.size()), avx512 = scalar;
-        vek::FallGatherRowScalar(candidates, count, rows.bytes.data(), scalar.data(), pixels, lumaChroma);
-        vek::FallGatherRowAvx512(candidates, count, rows.bytes.data(), avx512.data(), pixels, lumaChroma);
-        ASSERT_EQ(avx512, scalar) << pixels << " pixels, " << count << " candidates, layout " << lumaChroma;
+      for (int parity : {-1, 0, 1}) {
+        Frame sent = b, expected = b;
+        for (int y = 0; y < kHeight; ++y) {
+          if (parity < 0 || y % 2 == parity) std::copy_n(gathered.Row(y), kRowBytes, expected.Pixel(0, y));
+        }
+        for (int y = 0; y + fall < kHeight; ++y) {
+          vek::FallRowSse2(a.Row(y), y, sent.bytes.data(), kRowBytes, kWidth, kHeight, fall, parity, lumaChroma);
+        }
+        EXPECT_EQ(sent.bytes, expected.bytes) << "sent down, parity " << parity;
+      }
+      if ((vek::kMostGathered + 1) * fall >= kHeight) {
+        Frame sse2 = b;
+        for (int y = 0; y < kHeight; ++y) {
+          vek::FallGatherRowSse2(candidates[y], counts[y], b.Row(y), sse2.Pixel(0, y), kWidth, lumaChroma);
+        }
+        EXPECT_EQ(sse2.bytes, gathered.bytes) << "gathered by SSE2";
+      }
+      if (!vek::Avx512KernelsUsable()) continue;
+      for (bool stream : {false, true}) {
+        for (int y = 0; y < kHeight; ++y) {
+          vek::FallGatherRowAvx512(candidates[y], counts[y], b.Row(y), onLines + y * kRowBytes, kWidth, lumaChroma,
+                                   stream);
+        }
+        vek::StreamFenceSse2();
+        EXPECT_TRUE(std::equal(gathered.bytes.begin(), gathered.bytes.end(), onLines))
+            << "gathered by AVX-512, streaming " << stream;
       }
     }
   }

@@ -125,19 +125,19 @@ void TowardColourRowSse2(const uint8_t* source, uint8_t* out, int pixels, int we
 // Rows are rowBytes apart in `out`.
 void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
                  int64_t fall, int parity, bool lumaChroma);
-// The same with masked stores, where Avx512KernelsUsable().
-void FallRowAvx512(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
-                   int64_t fall, int parity, bool lumaChroma);
-// The same gathered for one output row, once no more than kMostGathered source rows can land on it:
-// candidates[k] is the source row k + 1 falls above it, nearest first, and an output pixel takes the
-// pixel of the nearest candidate whose class is k + 1, else B's.
+// The same gathered for one output row: candidates[k] is the source row k + 1 falls above it,
+// nearest first, and an output pixel takes the pixel of the nearest candidate whose class is k + 1,
+// else B's. The SSE2 row takes at most kMostGathered candidates, the scalar and AVX-512 rows
+// kFallClasses.
 inline constexpr int kMostGathered = 3;
+inline constexpr int kFallClasses = 5;
 void FallGatherRowScalar(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                          bool lumaChroma);
 void FallGatherRowSse2(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                        bool lumaChroma);
-// The same sixteen pixels at a time, where Avx512KernelsUsable().
+// The same sixteen pixels at a time, where Avx512KernelsUsable(). With `stream`, a row that starts
+// on a cache line is written past the cache, and the caller fences after the last row.
 void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
-                         bool lumaChroma);
+                         bool lumaChroma, bool stream);
 
 }  // namespace vek

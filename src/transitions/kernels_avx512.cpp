@@ -2,6 +2,8 @@
 // kernels.h, and its kernels are called only where Avx512KernelsUsable().
 #include <immintrin.h>
 
+#include <cstdint>
+
 #include "transitions/kernels.h"
 
 namespace vek {
@@ -44,16 +46,6 @@ __m512i NegativeLuma16(__m512i pixels) {
 // The first `count` of sixteen lanes, all of them from 16 on.
 __mmask16 FirstLanes(int count) { return count >= 16 ? __mmask16(0xFFFF) : __mmask16((1u << count) - 1); }
 
-// The tone class of sixteen pixels, one to a 32-bit lane: (byte 0 + byte 1 + byte 2) >> 7, or
-// (luma + 31) >> 6 in the luma/chroma layout.
-__m512i ToneClass16(__m512i colours, bool lumaChroma) {
-  const __m512i lowByte = _mm512_set1_epi32(0xFF);
-  const __m512i luma = _mm512_and_si512(ShiftRight<16>(colours), lowByte);
-  if (lumaChroma) return ShiftRight<6>(_mm512_add_epi32(luma, _mm512_set1_epi32(31)));
-  return ShiftRight<7>(_mm512_add_epi32(_mm512_add_epi32(luma, _mm512_and_si512(colours, lowByte)),
-                                        _mm512_and_si512(ShiftRight<8>(colours), lowByte)));
-}
-
 // For each 16-bit lane of the low and of the high unpack of sixteen pixels, the pixel whose weight
 // it takes (in its even byte; the odd bytes are masked off).
 struct WeightSpread {
@@ -70,53 +62,98 @@ constexpr WeightSpread SpreadWeights() {
 }
 constexpr WeightSpread kWeightSpread = SpreadWeights();
 
-}  // namespace
+// The tone sum of sixteen pixels, one to a 32-bit lane, by two multiply-adds: byte 0 + byte 1 +
+// byte 2, or the luma byte alone in the luma/chroma layout.
+template <bool kLumaChroma>
+__m512i ToneSum16(__m512i colours) {
+  const __m512i byteWeights = _mm512_set1_epi32(kLumaChroma ? 0x00010000 : 0x00010101);
+  return _mm512_madd_epi16(_mm512_maddubs_epi16(colours, byteWeights), _mm512_set1_epi16(1));
+}
 
-// Sixteen pixels a step, each class written to its landing row with one masked store; the last
-// pixels are loaded and stored under a mask that leaves the bytes past the row alone.
-void FallRowAvx512(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
-                   int64_t fall, int parity, bool lumaChroma) {
-  uint8_t* landing[6] = {};
-  for (int m = 1; m <= 5; ++m) {
-    const int64_t row = y + m * fall;
-    if (row < height && (parity < 0 || (row & 1) == parity)) landing[m] = out + std::size_t(row) * rowBytes;
+// Whether each pixel of the candidate k + 1 falls above lands here: its class is k + 1, or for the
+// nearest candidate 0 or 1.
+template <bool kLumaChroma>
+__mmask16 Lands(__m512i colours, int k) {
+  const __m512i sum = ToneSum16<kLumaChroma>(colours);
+  if constexpr (kLumaChroma) {
+    const __m512i tone = ShiftRight<6>(_mm512_add_epi32(sum, _mm512_set1_epi32(31)));
+    return k == 0 ? _mm512_cmple_epu32_mask(tone, _mm512_set1_epi32(1))
+                  : _mm512_cmpeq_epu32_mask(tone, _mm512_set1_epi32(k + 1));
   }
-  for (int x = 0; x < pixels; x += 16) {
+  return k == 0 ? _mm512_cmplt_epu32_mask(sum, _mm512_set1_epi32(256))
+                : _mm512_cmpeq_epu32_mask(ShiftRight<7>(sum), _mm512_set1_epi32(k + 1));
+}
+
+// The farthest candidate first, so that a nearer one, from a lower source row, wins.
+template <int kCount, bool kLumaChroma>
+__m512i Gathered16(const uint8_t* const* candidates, std::size_t at, __m512i chosen, __mmask16 live) {
+  for (int k = kCount - 1; k >= 0; --k) {
+    const __m512i colours = _mm512_maskz_loadu_epi32(live, candidates[k] + at);
+    chosen = _mm512_mask_mov_epi32(chosen, Lands<kLumaChroma>(colours, k), colours);
+  }
+  return chosen;
+}
+
+// B's row and the nearest candidate are rows the frame has not read yet, and the candidates farther
+// up compete with them for the processor's own prefetching: both are asked for half a kilopixel
+// ahead, which runs into the next row at the end of this one.
+constexpr std::size_t kGatherAhead = 2048;
+
+template <int kCount, bool kLumaChroma>
+void GatherRow(const uint8_t* const* candidates, const uint8_t* b, uint8_t* out, int pixels, bool stream) {
+  int x = 0;
+  for (; x + 16 <= pixels; x += 16) {
+    const std::size_t at = std::size_t(x) * 4;
+    _mm_prefetch(reinterpret_cast<const char*>(b + at + kGatherAhead), _MM_HINT_T0);
+    if constexpr (kCount > 0)
+      _mm_prefetch(reinterpret_cast<const char*>(candidates[0] + at + kGatherAhead), _MM_HINT_T0);
+    const __m512i chosen = Gathered16<kCount, kLumaChroma>(candidates, at, _mm512_loadu_si512(b + at), 0xFFFF);
+    if (stream) {
+      _mm512_stream_si512(reinterpret_cast<__m512i*>(out + at), chosen);
+    } else {
+      _mm512_storeu_si512(out + at, chosen);
+    }
+  }
+  // The last pixels start a line of their own in a streamed row, so their cached store flushes no
+  // streamed line half written.
+  if (x < pixels) {
     const __mmask16 live = FirstLanes(pixels - x);
     const std::size_t at = std::size_t(x) * 4;
-    const __m512i colours = _mm512_maskz_loadu_epi32(live, source + at);
-    const __m512i tone = ToneClass16(colours, lumaChroma);
-    for (int m = 1; m <= 5; ++m) {
-      if (!landing[m]) continue;
-      // Class 0 falls like class 1.
-      const __m512i cls = _mm512_set1_epi32(m);
-      const __mmask16 lands = m == 1 ? _mm512_mask_cmple_epu32_mask(live, tone, cls)
-                                     : _mm512_mask_cmpeq_epu32_mask(live, tone, cls);
-      _mm512_mask_storeu_epi32(landing[m] + at, lands, colours);
-    }
+    const __m512i chosen =
+        Gathered16<kCount, kLumaChroma>(candidates, at, _mm512_maskz_loadu_epi32(live, b + at), live);
+    _mm512_mask_storeu_epi32(out + at, live, chosen);
   }
 }
 
-// Sixteen pixels a step, with the last ones loaded and stored under a mask that leaves the bytes
-// past the row alone.
-void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
-                         bool lumaChroma) {
-  for (int x = 0; x < pixels; x += 16) {
-    const __mmask16 live = FirstLanes(pixels - x);
-    const std::size_t at = std::size_t(x) * 4;
-    __m512i chosen = _mm512_maskz_loadu_epi32(live, b + at);
-    // The farthest candidate first, so that a nearer one, from a lower source row, wins.
-    for (int k = count - 1; k >= 0; --k) {
-      const __m512i colours = _mm512_maskz_loadu_epi32(live, candidates[k] + at);
-      const __m512i tone = ToneClass16(colours, lumaChroma);
-      // The nearest row takes classes 0 and 1, the row k + 1 units up class k + 1.
-      const __m512i landsFrom = _mm512_set1_epi32(k + 1);
-      const __mmask16 lands =
-          k == 0 ? _mm512_cmple_epu32_mask(tone, landsFrom) : _mm512_cmpeq_epu32_mask(tone, landsFrom);
-      chosen = _mm512_mask_mov_epi32(chosen, lands, colours);
-    }
-    _mm512_mask_storeu_epi32(out + at, live, chosen);
+template <bool kLumaChroma>
+void GatherRowOfCount(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                      bool stream) {
+  static_assert(kFallClasses == 5, "a case for every count");
+  switch (count) {
+    case 0:
+      return GatherRow<0, kLumaChroma>(candidates, b, out, pixels, stream);
+    case 1:
+      return GatherRow<1, kLumaChroma>(candidates, b, out, pixels, stream);
+    case 2:
+      return GatherRow<2, kLumaChroma>(candidates, b, out, pixels, stream);
+    case 3:
+      return GatherRow<3, kLumaChroma>(candidates, b, out, pixels, stream);
+    case 4:
+      return GatherRow<4, kLumaChroma>(candidates, b, out, pixels, stream);
+    default:
+      return GatherRow<5, kLumaChroma>(candidates, b, out, pixels, stream);
   }
+}
+
+}  // namespace
+
+// Sixteen pixels a step, each count and layout with its own unrolled loop; the last pixels are
+// loaded and stored under a mask that leaves the bytes past the row alone.
+void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                         bool lumaChroma, bool stream) {
+  stream = stream && (reinterpret_cast<uintptr_t>(out) & 63) == 0;
+  if (lumaChroma) return GatherRowOfCount<true>(candidates, count, b, out, pixels, stream);
+  GatherRowOfCount<false>(candidates, count, b, out, pixels, stream);
 }
 
 // Sixteen pixels a step in 16-bit lanes, as the SSE2 row takes four: within each 128-bit lane the

@@ -2,6 +2,7 @@
 
 #include "image/cpu.h"
 #include "transitions/kernels.h"
+#include "transitions/row_runs.h"
 #include "transitions/transition.h"
 #include "transitions/transitions.h"
 #include "vek_dsp/colour.h"
@@ -130,28 +131,34 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
     ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceA, y); });
     return VEK_S_OK;
   }
-  // A pixel falls 1 to 5 units. Once few source rows can land on an output row, each output row
-  // gathers its pixels from them and is written once; earlier, checking that many candidates for
-  // every output pixel costs more than sending each source pixel to its landing row.
+  // A pixel falls 1 to 5 units. Where the processor checks sixteen candidates in a few operations,
+  // each output row gathers its pixels from the five source rows that can land on it and is
+  // written once, past the cache on large frames. The SSE2 rows do so once at most three source
+  // rows can land; earlier, checking that many candidates for every output pixel costs more than
+  // sending each source pixel to its landing row.
   const bool wide = Avx512KernelsUsable();
-  if ((kMostGathered + 1) * fall >= frame.height) {
-    const auto gatherRow = wide ? FallGatherRowAvx512 : FallGatherRowSse2;
+  if (wide || (kMostGathered + 1) * fall >= frame.height) {
+    const int most = wide ? kFallClasses : kMostGathered;
+    const bool stream = frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes;
     ForEachRow(frame.rows, [&](int y) {
-      const uint8_t* candidates[kMostGathered];
+      const uint8_t* candidates[kFallClasses];
       int count = 0;
-      for (int64_t from = y - fall; count < kMostGathered && from >= 0; from -= fall) {
+      for (int64_t from = y - fall; count < most && from >= 0; from -= fall)
         candidates[count++] = frame.RowA(int(from));
+      if (wide) {
+        FallGatherRowAvx512(candidates, count, frame.RowB(y), frame.OutputRow(y), frame.width, lumaChroma, stream);
+      } else {
+        FallGatherRowSse2(candidates, count, frame.RowB(y), frame.OutputRow(y), frame.width, lumaChroma);
       }
-      gatherRow(candidates, count, frame.RowB(y), frame.OutputRow(y), frame.width, lumaChroma);
     });
+    if (wide && stream) StreamFenceSse2();
     return VEK_S_OK;
   }
   ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceB, y); });
   const int parity = frame.rows.step == 1 ? -1 : frame.rows.first;
   // Every pixel falls at least one unit, so rows from height - fall on leave the frame whole.
-  const auto fallRow = wide ? FallRowAvx512 : FallRowSse2;
   for (int y = 0; y < frame.height - fall; ++y) {
-    fallRow(frame.RowA(y), y, frame.output, frame.rowBytes, frame.width, frame.height, fall, parity, lumaChroma);
+    FallRowSse2(frame.RowA(y), y, frame.output, frame.rowBytes, frame.width, frame.height, fall, parity, lumaChroma);
   }
   return VEK_S_OK;
 }
