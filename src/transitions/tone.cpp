@@ -143,8 +143,9 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
     ForEachRow(frame.rows, [&](int y) {
       const uint8_t* candidates[kFallClasses];
       int count = 0;
-      for (int64_t from = y - fall; count < most && from >= 0; from -= fall)
+      for (int64_t from = y - fall; count < most && from >= 0; from -= fall) {
         candidates[count++] = frame.RowA(int(from));
+      }
       if (wide) {
         FallGatherRowAvx512(candidates, count, frame.RowB(y), frame.OutputRow(y), frame.width, lumaChroma, stream);
       } else {
