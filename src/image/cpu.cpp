@@ -9,4 +9,9 @@ bool Avx512KernelsUsable() {
   return usable;
 }
 
+bool Sse41KernelsUsable() {
+  static const bool usable = __builtin_cpu_supports("sse4.1");
+  return usable;
+}
+
 }  // namespace vek

@@ -119,24 +119,24 @@ void XRayLumaToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int sh
 void TowardColourRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
 void TowardColourRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
 
-// Colour split: each pixel of source row y falls m * fall rows, m its tone class ((byte 0 + byte 1 +
-// byte 2) >> 7, or (luma + 31) >> 6 in the luma/chroma layout; 0 counts as 1), and is written where
-// it lands if that row is inside the frame and, for parity 0 or 1, of that parity (-1: every row).
-// Rows are rowBytes apart in `out`.
-void FallRowSse2(const uint8_t* source, int y, uint8_t* out, std::size_t rowBytes, int pixels, int height,
-                 int64_t fall, int parity, bool lumaChroma);
-// The same gathered for one output row: candidates[k] is the source row k + 1 falls above it,
-// nearest first, and an output pixel takes the pixel of the nearest candidate whose class is k + 1,
-// else B's. The SSE2 row takes at most kMostGathered candidates, the scalar and AVX-512 rows
-// kFallClasses.
-inline constexpr int kMostGathered = 3;
+// Colour split, one output row gathered: a pixel of A falls m * fall rows, m its tone class ((byte 0
+// + byte 1 + byte 2) >> 7, or (luma + 31) >> 6 in the luma/chroma layout; 0 counts as 1), and the
+// lowest source row wins where several land. candidates[k] is the source row (k + 1) * fall above
+// the output row, nearest first, up to kFallClasses of them; an output pixel takes the pixel of the
+// nearest candidate whose class is k + 1 (for the nearest, 0 or 1), else B's.
 inline constexpr int kFallClasses = 5;
 void FallGatherRowScalar(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                          bool lumaChroma);
-void FallGatherRowSse2(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
-                       bool lumaChroma);
-// The same sixteen pixels at a time, where Avx512KernelsUsable(). With `stream`, a row that starts
-// on a cache line is written past the cache, and the caller fences after the last row.
+// B's row and the nearest candidate are rows the frame has not read before, and the farther
+// candidates compete with them for the processor's own prefetching: the vector rows ask for both
+// this many bytes ahead, which runs into the next row at the end of this one.
+inline constexpr std::size_t kFallGatherAhead = 2048;
+// The same four pixels at a time, where Sse41KernelsUsable(). With `stream`, a row that starts on
+// 16 bytes is written past the cache, and the caller fences after the last row.
+void FallGatherRowSse41(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                        bool lumaChroma, bool stream);
+// The same sixteen pixels at a time, where Avx512KernelsUsable(); with `stream`, a row that starts
+// on a cache line is written past the cache.
 void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                          bool lumaChroma, bool stream);
 

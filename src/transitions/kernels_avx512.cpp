@@ -94,19 +94,14 @@ __m512i Gathered16(const uint8_t* const* candidates, std::size_t at, __m512i cho
   return chosen;
 }
 
-// B's row and the nearest candidate are rows the frame has not read yet, and the candidates farther
-// up compete with them for the processor's own prefetching: both are asked for half a kilopixel
-// ahead, which runs into the next row at the end of this one.
-constexpr std::size_t kGatherAhead = 2048;
-
 template <int kCount, bool kLumaChroma>
 void GatherRow(const uint8_t* const* candidates, const uint8_t* b, uint8_t* out, int pixels, bool stream) {
   int x = 0;
   for (; x + 16 <= pixels; x += 16) {
     const std::size_t at = std::size_t(x) * 4;
-    _mm_prefetch(reinterpret_cast<const char*>(b + at + kGatherAhead), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(b + at + kFallGatherAhead), _MM_HINT_T0);
     if constexpr (kCount > 0)
-      _mm_prefetch(reinterpret_cast<const char*>(candidates[0] + at + kGatherAhead), _MM_HINT_T0);
+      _mm_prefetch(reinterpret_cast<const char*>(candidates[0] + at + kFallGatherAhead), _MM_HINT_T0);
     const __m512i chosen = Gathered16<kCount, kLumaChroma>(candidates, at, _mm512_loadu_si512(b + at), 0xFFFF);
     if (stream) {
       _mm512_stream_si512(reinterpret_cast<__m512i*>(out + at), chosen);

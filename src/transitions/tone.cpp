@@ -100,8 +100,8 @@ VekStatus TR_XRay::Process(VekEffectInstance* instance) noexcept {
   return VEK_S_OK;
 }
 
-// ColorSplit: B is laid down, then every pixel of A falls m * trunc(h * progress^2) rows, m its
-// tone class (0 counted as 1), rows top to bottom, so the lowest source row wins where several land.
+// ColorSplit: every pixel of A falls m * trunc(h * progress^2) rows onto B, m its tone class (0
+// counted as 1), and the lowest source row wins where several land.
 // A field rendering writes only its own rows, so the two fields interleave into the frame.
 VekStatus TR_ColorSplit::Init(VekEffectInstance* instance) noexcept {
   return InitWithDefaults(instance, kParams.data(), kParamCount);
@@ -131,35 +131,26 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
     ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceA, y); });
     return VEK_S_OK;
   }
-  // A pixel falls 1 to 5 units. Where the processor checks sixteen candidates in a few operations,
-  // each output row gathers its pixels from the five source rows that can land on it and is
-  // written once, past the cache on large frames. The SSE2 rows do so once at most three source
-  // rows can land; earlier, checking that many candidates for every output pixel costs more than
-  // sending each source pixel to its landing row.
-  const bool wide = Avx512KernelsUsable();
-  if (wide || (kMostGathered + 1) * fall >= frame.height) {
-    const int most = wide ? kFallClasses : kMostGathered;
-    const bool stream = frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes;
-    ForEachRow(frame.rows, [&](int y) {
-      const uint8_t* candidates[kFallClasses];
-      int count = 0;
-      for (int64_t from = y - fall; count < most && from >= 0; from -= fall) {
-        candidates[count++] = frame.RowA(int(from));
-      }
-      if (wide) {
-        FallGatherRowAvx512(candidates, count, frame.RowB(y), frame.OutputRow(y), frame.width, lumaChroma, stream);
-      } else {
-        FallGatherRowSse2(candidates, count, frame.RowB(y), frame.OutputRow(y), frame.width, lumaChroma);
-      }
-    });
-    if (wide && stream) StreamFenceSse2();
-    return VEK_S_OK;
-  }
-  ForEachRow(frame.rows, [&](int y) { CopyRow(frame, frame.sourceB, y); });
-  const int parity = frame.rows.step == 1 ? -1 : frame.rows.first;
-  // Every pixel falls at least one unit, so rows from height - fall on leave the frame whole.
-  for (int y = 0; y < frame.height - fall; ++y) {
-    FallRowSse2(frame.RowA(y), y, frame.output, frame.rowBytes, frame.width, frame.height, fall, parity, lumaChroma);
-  }
+  // A pixel falls 1 to 5 units, so each output row gathers its pixels from the five source rows
+  // that can land on it and is written once, past the cache on large frames.
+  const bool wide = Avx512KernelsUsable(), sse41 = !wide && Sse41KernelsUsable();
+  const bool stream = (wide || sse41) && frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes;
+  ForEachRow(frame.rows, [&](int y) {
+    const uint8_t* candidates[kFallClasses];
+    int count = 0;
+    for (int64_t from = y - fall; count < kFallClasses && from >= 0; from -= fall) {
+      candidates[count++] = frame.RowA(int(from));
+    }
+    const uint8_t* b = frame.RowB(y);
+    uint8_t* out = frame.OutputRow(y);
+    if (wide) {
+      FallGatherRowAvx512(candidates, count, b, out, frame.width, lumaChroma, stream);
+    } else if (sse41) {
+      FallGatherRowSse41(candidates, count, b, out, frame.width, lumaChroma, stream);
+    } else {
+      FallGatherRowScalar(candidates, count, b, out, frame.width, lumaChroma);
+    }
+  });
+  if (stream) StreamFenceSse2();
   return VEK_S_OK;
 }
