@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace vek {
 
@@ -127,6 +128,27 @@ void TowardColourRowSse2(const uint8_t* source, uint8_t* out, int pixels, int we
 inline constexpr int kFallClasses = 5;
 void FallGatherRowScalar(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                          bool lumaChroma);
+// visit(std::integral_constant<int, count>()) for a candidate count of 0 to kFallClasses, so that a
+// vector row has a loop unrolled for each count. It is only instantiated with a callable local to
+// one file, so no copy compiled for one instruction set can stand in for another's.
+template <class Visit>
+auto WithFallCount(int count, Visit&& visit) {
+  static_assert(kFallClasses == 5, "a case for every count");
+  switch (count) {
+    case 0:
+      return visit(std::integral_constant<int, 0>());
+    case 1:
+      return visit(std::integral_constant<int, 1>());
+    case 2:
+      return visit(std::integral_constant<int, 2>());
+    case 3:
+      return visit(std::integral_constant<int, 3>());
+    case 4:
+      return visit(std::integral_constant<int, 4>());
+    default:
+      return visit(std::integral_constant<int, 5>());
+  }
+}
 // B's row and the nearest candidate are rows the frame has not read before, and the farther
 // candidates compete with them for the processor's own prefetching: the vector rows ask for both
 // this many bytes ahead, which runs into the next row at the end of this one.

@@ -135,21 +135,8 @@ int GatherRow(const uint8_t* const* candidates, const uint8_t* b, uint8_t* out, 
 template <bool kLumaChroma>
 int GatherRowOfCount(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                      bool stream) {
-  static_assert(kFallClasses == 5, "a case for every count");
-  switch (count) {
-    case 0:
-      return GatherRow<0, kLumaChroma>(candidates, b, out, pixels, stream);
-    case 1:
-      return GatherRow<1, kLumaChroma>(candidates, b, out, pixels, stream);
-    case 2:
-      return GatherRow<2, kLumaChroma>(candidates, b, out, pixels, stream);
-    case 3:
-      return GatherRow<3, kLumaChroma>(candidates, b, out, pixels, stream);
-    case 4:
-      return GatherRow<4, kLumaChroma>(candidates, b, out, pixels, stream);
-    default:
-      return GatherRow<5, kLumaChroma>(candidates, b, out, pixels, stream);
-  }
+  return WithFallCount(
+      count, [&](auto k) { return GatherRow<decltype(k)::value, kLumaChroma>(candidates, b, out, pixels, stream); });
 }
 
 }  // namespace
