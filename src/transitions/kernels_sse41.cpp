@@ -154,9 +154,9 @@ void FallGatherRowSse41(const uint8_t* const* candidates, int count, const uint8
   int32_t last[3];
   FallGatherRowScalar(rest, count, b + std::size_t(x) * 4, reinterpret_cast<uint8_t*>(last), pixels - x, lumaChroma);
   for (int i = 0; i < pixels - x; ++i) {
-    int32_t* target = reinterpret_cast<int32_t*>(out + std::size_t(x + i) * 4);
+    uint8_t* target = out + std::size_t(x + i) * 4;
     if (stream) {
-      _mm_stream_si32(target, last[i]);
+      _mm_stream_si32(reinterpret_cast<int*>(target), last[i]);
     } else {
       std::memcpy(target, &last[i], 4);
     }
