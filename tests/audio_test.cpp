@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "audio/mixer.h"
+#include "image/cpu.h"
 #include "plugin_fixture.h"
 #include "vekhost/audio.h"
 #include "vekhost/error.h"
@@ -316,7 +317,7 @@ TEST(AudioLimiter, QuietBlocksAfterALoudOneBecomeExactAgain) {
 // 16-bit lanes (N up to 32,767) and in four 32-bit lanes.
 TEST(AudioVariants, NarrowKernelsAgreeSampleForSample) {
   using namespace vek::audio;
-  if (!VectorKernelsUsable()) GTEST_SKIP() << "no SSE4.1 on this processor";
+  if (!vek::Sse41KernelsUsable()) GTEST_SKIP() << "no SSE4.1 on this processor";
   static MixerState a, b;
   for (int32_t rampLength : {11, 12, 13, 40, 1023, 32767, 39999}) {
     for (int bits : {8, 16}) {

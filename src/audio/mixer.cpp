@@ -197,14 +197,6 @@ void MixWideScalar(const MixJob& job, int bits, int frames, uint8_t* shifts) {
   }
 }
 
-bool VectorKernelsUsable() noexcept {
-#if defined(__x86_64__) || defined(__i386__)
-  return __builtin_cpu_supports("sse4.1");
-#else
-  return false;
-#endif
-}
-
 VekStatus PrepareMixer(MixerState& state, const AudioFormat& format) noexcept {
   const int bits = format.bitsPerSample;
   if (format.sampleRate <= 0 || format.sampleRate > kMaxSampleRate) return VEK_E_FAIL;

@@ -86,8 +86,6 @@ VekStatus AddInput(MixerState& state, float startVolume, float endVolume, const 
 // Mixes the queue into one output block and empties it; VEK_E_POINTER for a null output, with the
 // queue left as it was. `vector` picks the SSE4.1 kernels where there are some.
 VekStatus Mix(MixerState& state, uint8_t* output, bool vector) noexcept;
-// True when this processor runs the SSE4.1 kernels.
-bool VectorKernelsUsable() noexcept;
 // One sample's step of a slot's ramp (nothing when the ramp is not active).
 void AdvanceRamp(InputSlot& slot, int32_t rampLength) noexcept;
 

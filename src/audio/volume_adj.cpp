@@ -4,6 +4,7 @@
 
 #include "audio/audio_effects.h"
 #include "audio/mixer.h"
+#include "image/cpu.h"
 
 using namespace vek;
 using vek::audio::MixerState;
@@ -58,7 +59,7 @@ template <class Effect> VekStatus VolumeCallbacks<Effect>::Process(VekEffectInst
   if (!instance || !instance->output) return VEK_E_FAIL;
   MixerState* state = StateOf(instance->privateBlock);
   if (!state || !audio::MixerReady(*state)) return VEK_E_FAIL;
-  return audio::Mix(*state, instance->output, instance->renderHint >= 3 && audio::VectorKernelsUsable());
+  return audio::Mix(*state, instance->output, instance->renderHint >= 3 && Sse41KernelsUsable());
 }
 
 template <class Effect>

@@ -6,7 +6,7 @@ namespace vek {
 // Whether the AVX-512 kernels can run: the foundation, byte and word operations and byte permutes,
 // with the operating system saving the registers. Asked of the processor once.
 bool Avx512KernelsUsable();
-// Whether the SSE4.1 kernels that are chosen by the processor, not by the render hint, can run.
+// Whether the processor runs SSE4.1 kernels.
 bool Sse41KernelsUsable();
 
 }  // namespace vek
