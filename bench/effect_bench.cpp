@@ -1,11 +1,13 @@
 #include "effect_bench.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <set>
 
 #include "module/catalogue.h"
 #include "ratio_reporter.h"
+#include "vekhost/pictures.h"
 
 namespace vek::bench {
 namespace {
@@ -33,6 +35,10 @@ template <class Measure>
 void WithEffect(benchmark::State& state, const EffectSetup& setup, Measure&& measure) {
   const VekEffectDescriptor& row = Row(setup.classId);
   Frames frames(setup.size);
+  if (setup.picture) {
+    const host::Frame picture = host::BuiltInPicture(host::Picture::kA, setup.size.width, setup.size.height);
+    std::copy(picture.bytes.begin(), picture.bytes.end(), frames.a.begin());
+  }
   std::vector<uint8_t> privateBlock(row.privateBytes), values(1024);
   VekEffectInstance instance{};
   instance.descriptor = &row;

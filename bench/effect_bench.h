@@ -1,5 +1,5 @@
 // Running one effect's Process in a benchmark loop the way a host calls it, on synthetic frames,
-// and the baselines every case is measured against.
+// and the baselines every case is measured against. Source A can be the host's built-in picture instead.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -43,6 +43,9 @@ struct EffectSetup {
   std::function<void(uint8_t* values)> configure;
   int colourLayout = 0;
   uint32_t randomSeed = 0;
+  // Source A is the host's built-in picture A instead of the synthetic pattern: for effects whose
+  // cost depends on the content, such as the histograms, where a picture's runs of equal pixels count.
+  bool picture = false;
 };
 
 enum class BaselineKind { kCopy, kReadTwoWriteOne };

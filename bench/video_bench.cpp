@@ -30,6 +30,10 @@ std::function<void(uint8_t*)> Store(std::size_t offset, T value) {
       add(Name({std::string_view(id).substr(7), "/workers", std::to_string(workers)}), {id, size, 0, 0, workers, {}});
     }
   }
+  for (const char* id : {"DSP_VI_AutoLevels", "DSP_VI_AutoContrast", "DSP_VI_Equalize"}) {
+    add(Name({std::string_view(id).substr(7), "/picture/workers1"}),
+        {.classId = id, .size = size, .configure = {}, .picture = true});
+  }
   // The count the first three corrections start with, alone: the least they can cost. A frame is
   // counted byte by byte, or as pairs of bytes 0 and 1 with byte 2 alone and the pairs split after.
   RegisterPaired("ColourHistogram/bytes", copy, [size](benchmark::State& s, BaselineKind baseline) {
@@ -42,7 +46,7 @@ std::function<void(uint8_t*)> Store(std::size_t offset, T value) {
   });
   RegisterPaired("ColourHistogram/pairs", copy, [size](benchmark::State& s, BaselineKind baseline) {
     Frames frames(size);
-    std::vector<uint32_t> pairs(65536);
+    std::vector<uint32_t> pairs(kPairCountEntries);
     TimeAgainst(s, baseline, frames, [&] {
       uint32_t histograms[3][256] = {};
       std::fill(pairs.begin(), pairs.end(), 0u);

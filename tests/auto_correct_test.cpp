@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "effect_run.h"
 #include "image/cpu.h"
@@ -154,6 +155,24 @@ TEST(AutoCorrections, LargeFramesGiveTheSameBytesForAnyWorkerCount) {
           << id << ", " << workers << " workers";
     }
   }
+}
+
+// The pair count spreads neighbouring pixels over two tables and four byte-2 histograms: split and
+// summed, they must give the byte counts, on runs of equal pixels and on the last pixels that do not
+// make a group of four, added to what the histograms already hold.
+TEST(AutoCorrections, PairCountsGiveTheByteCounts) {
+  Frame source = Frame::Random(4099, 1, 21);
+  for (std::size_t i = 4 * 1000; i < 4 * 1100; ++i) source.bytes[i] = source.bytes[i % 4 + 4 * 1000];
+  const std::size_t pixels = source.bytes.size() / 4;
+  uint32_t bytes[3][256], paired[3][256];
+  for (int c = 0; c < 3; ++c) {
+    for (int i = 0; i < 256; ++i) bytes[c][i] = paired[c][i] = uint32_t(c * 1000 + i);
+  }
+  vek::CountColourBytes(source.bytes.data(), pixels, bytes);
+  std::vector<uint32_t> pairs(vek::kPairCountEntries);
+  vek::CountColourPairs(source.bytes.data(), pixels, pairs.data(), paired[2]);
+  vek::SplitPairCounts(pairs.data(), paired[0], paired[1]);
+  EXPECT_EQ(std::memcmp(bytes, paired, sizeof bytes), 0);
 }
 
 // One table for all three colour bytes, rising, and held to a slope of 1..4 per two entries, so

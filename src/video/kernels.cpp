@@ -101,17 +101,33 @@ void CountColourBytes(const uint8_t* pixels, std::size_t count, uint32_t (&histo
 }
 
 void CountColourPairs(const uint8_t* pixels, std::size_t count, uint32_t* pairs, uint32_t (&third)[256]) {
-  for (const uint8_t* end = pixels + 4 * count; pixels != end; pixels += 4) {
+  uint32_t* const otherPairs = pairs + kPairTableEntries;
+  uint32_t thirds[4][256] = {};
+  const uint8_t* const end = pixels + 4 * count;
+  for (; end - pixels >= 16; pixels += 16) {
+    uint64_t first, second;
+    std::memcpy(&first, pixels, 8);
+    std::memcpy(&second, pixels + 8, 8);
+    ++pairs[uint16_t(first)], ++thirds[0][uint8_t(first >> 16)];
+    ++otherPairs[uint16_t(first >> 32)], ++thirds[1][uint8_t(first >> 48)];
+    ++pairs[uint16_t(second)], ++thirds[2][uint8_t(second >> 16)];
+    ++otherPairs[uint16_t(second >> 32)], ++thirds[3][uint8_t(second >> 48)];
+  }
+  for (; pixels != end; pixels += 4) {
     uint16_t pair;
     std::memcpy(&pair, pixels, 2);
-    ++pairs[pair], ++third[pixels[2]];
+    ++pairs[pair], ++thirds[0][pixels[2]];
   }
+  for (int i = 0; i < 256; ++i) third[i] += thirds[0][i] + thirds[1][i] + thirds[2][i] + thirds[3][i];
 }
 
 void SplitPairCounts(const uint32_t* pairs, uint32_t (&first)[256], uint32_t (&second)[256]) {
-  for (int high = 0; high < 256; ++high, pairs += 256) {
+  for (std::size_t high = 0; high < 256; ++high) {
     uint32_t row = 0;
-    for (int low = 0; low < 256; ++low) first[low] += pairs[low], row += pairs[low];
+    for (std::size_t at = high * 256, low = 0; low < 256; ++low, ++at) {
+      const uint32_t both = pairs[at] + pairs[kPairTableEntries + at];
+      first[low] += both, row += both;
+    }
     second[high] += row;
   }
 }
