@@ -220,9 +220,9 @@ void ScalarGatherRow(const uint8_t* const* candidates, int count, const uint8_t*
 }
 
 // Every form of the colour split's gathered row against the fall rule, on one frame for several
-// falls: the scalar row, and the SSE4.1 and AVX-512 rows with plain and with streaming stores. The
-// frame's rows start on a cache line and off it, pixels fall past the bottom, and the last step of
-// four or sixteen pixels is partial.
+// falls: the scalar row, and the SSE4.1, AVX2 and AVX-512 rows with plain and with streaming stores.
+// The frame's rows start on a cache line and off it, pixels fall past the bottom, and the last step
+// of four, eight or sixteen pixels is partial.
 TEST(ColorSplit, GatheredRowsFollowTheFallRule) {
   constexpr int kWidth = 39, kHeight = 30;
   constexpr std::size_t kRowBytes = kWidth * 4;
@@ -231,6 +231,7 @@ TEST(ColorSplit, GatheredRowsFollowTheFallRule) {
   uint8_t* const onLines = storage.data() + (64 - reinterpret_cast<uintptr_t>(storage.data()) % 64) % 64;
   std::vector<std::pair<std::string, GatherRow>> forms = {{"scalar", ScalarGatherRow}};
   if (vek::Sse41KernelsUsable()) forms.emplace_back("SSE4.1", vek::FallGatherRowSse41);
+  if (vek::Avx2KernelsUsable()) forms.emplace_back("AVX2", vek::FallGatherRowAvx2);
   if (vek::Avx512KernelsUsable()) forms.emplace_back("AVX-512", vek::FallGatherRowAvx512);
   for (bool lumaChroma : {false, true}) {
     for (int fall : {1, 2, 7, 13}) {

@@ -9,6 +9,11 @@ bool Avx512KernelsUsable() {
   return usable;
 }
 
+bool Avx2KernelsUsable() {
+  static const bool usable = __builtin_cpu_supports("avx2");
+  return usable;
+}
+
 bool Sse41KernelsUsable() {
   static const bool usable = __builtin_cpu_supports("sse4.1");
   return usable;

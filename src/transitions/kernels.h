@@ -157,6 +157,10 @@ inline constexpr std::size_t kFallGatherAhead = 2048;
 // 16 bytes is written past the cache, and the caller fences after the last row.
 void FallGatherRowSse41(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                         bool lumaChroma, bool stream);
+// The same eight pixels at a time, where Avx2KernelsUsable(); with `stream`, a row that starts on 32
+// bytes is written past the cache, and the caller fences after the last row.
+void FallGatherRowAvx2(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
+                       bool lumaChroma, bool stream);
 // The same sixteen pixels at a time, where Avx512KernelsUsable(); with `stream`, a row that starts
 // on a cache line is written past the cache.
 void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,

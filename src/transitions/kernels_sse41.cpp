@@ -1,10 +1,12 @@
 // The only file of the transitions built with -msse4.1; it includes nothing of the project but
-// kernels.h, so no shared inline helper is compiled here for a processor without SSE4.1.
+// kernels.h and the gather's templates, which it instantiates with its own lanes, so no shared
+// inline helper is compiled here for a processor without SSE4.1.
 #include <smmintrin.h>
 
 #include <cstdint>
 #include <cstring>
 
+#include "transitions/fall_gather.h"
 #include "transitions/kernels.h"
 
 namespace vek {
@@ -84,83 +86,33 @@ void SoftEdgeRowSse41(const uint8_t* a, const uint8_t* b, const int32_t* mask, u
 
 namespace {
 
-// Whether each pixel of the candidate k + 1 falls above lands here, as a lane of ones: its class is
-// k + 1, or for the nearest candidate 0 or 1. The tone sum takes two multiply-adds.
-template <bool kLumaChroma>
-__m128i Lands4(__m128i colours, int k) {
-  const __m128i byteWeights = _mm_set1_epi32(kLumaChroma ? 0x00010000 : 0x00010101);
-  const __m128i sum = _mm_madd_epi16(_mm_maddubs_epi16(colours, byteWeights), _mm_set1_epi16(1));
-  if constexpr (kLumaChroma) {
-    const __m128i tone = _mm_srli_epi32(_mm_add_epi32(sum, _mm_set1_epi32(31)), 6);
-    return k == 0 ? _mm_cmplt_epi32(tone, _mm_set1_epi32(2)) : _mm_cmpeq_epi32(tone, _mm_set1_epi32(k + 1));
-  }
-  return k == 0 ? _mm_cmplt_epi32(sum, _mm_set1_epi32(256))
-                : _mm_cmpeq_epi32(_mm_srli_epi32(sum, 7), _mm_set1_epi32(k + 1));
-}
+struct Sse41Lanes {
+  static constexpr std::size_t kBytes = 16;
+  static __m128i Load(const uint8_t* at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at)); }
+  static void Store(uint8_t* at, __m128i pixels) { _mm_storeu_si128(reinterpret_cast<__m128i*>(at), pixels); }
+  static void Stream(uint8_t* at, __m128i pixels) { _mm_stream_si128(reinterpret_cast<__m128i*>(at), pixels); }
+  static __m128i Blend(__m128i kept, __m128i taken, __m128i lanes) { return _mm_blendv_epi8(kept, taken, lanes); }
 
-// Four pixels at `at`, the farthest candidate first, so that a nearer one, from a lower source row,
-// wins.
-template <int kCount, bool kLumaChroma>
-void Gather4(const uint8_t* const* candidates, const uint8_t* b, uint8_t* out, std::size_t at, bool stream) {
-  __m128i chosen = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + at));
-  for (int k = kCount - 1; k >= 0; --k) {
-    const __m128i colours = _mm_loadu_si128(reinterpret_cast<const __m128i*>(candidates[k] + at));
-    chosen = _mm_blendv_epi8(chosen, colours, Lands4<kLumaChroma>(colours, k));
-  }
-  if (stream) {
-    _mm_stream_si128(reinterpret_cast<__m128i*>(out + at), chosen);
-  } else {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), chosen);
-  }
-}
-
-// Returns the pixels done, a multiple of four.
-template <int kCount, bool kLumaChroma>
-int GatherRow(const uint8_t* const* candidates, const uint8_t* b, uint8_t* out, int pixels, bool stream) {
-  int x = 0;
-  for (; x + 16 <= pixels; x += 16) {
-    const std::size_t at = std::size_t(x) * 4;
-    _mm_prefetch(reinterpret_cast<const char*>(b + at + kFallGatherAhead), _MM_HINT_T0);
-    if constexpr (kCount > 0) {
-      _mm_prefetch(reinterpret_cast<const char*>(candidates[0] + at + kFallGatherAhead), _MM_HINT_T0);
+  // Whether each pixel of the candidate k + 1 falls above lands here, as a lane of ones: its class
+  // is k + 1, or for the nearest candidate 0 or 1. The tone sum takes two multiply-adds.
+  template <bool kLumaChroma>
+  static __m128i Lands(__m128i colours, int k) {
+    const __m128i byteWeights = _mm_set1_epi32(kLumaChroma ? 0x00010000 : 0x00010101);
+    const __m128i sum = _mm_madd_epi16(_mm_maddubs_epi16(colours, byteWeights), _mm_set1_epi16(1));
+    if constexpr (kLumaChroma) {
+      const __m128i tone = _mm_srli_epi32(_mm_add_epi32(sum, _mm_set1_epi32(31)), 6);
+      return k == 0 ? _mm_cmplt_epi32(tone, _mm_set1_epi32(2)) : _mm_cmpeq_epi32(tone, _mm_set1_epi32(k + 1));
     }
-    for (std::size_t quarter = 0; quarter < 64; quarter += 16) {
-      Gather4<kCount, kLumaChroma>(candidates, b, out, at + quarter, stream);
-    }
+    return k == 0 ? _mm_cmplt_epi32(sum, _mm_set1_epi32(256))
+                  : _mm_cmpeq_epi32(_mm_srli_epi32(sum, 7), _mm_set1_epi32(k + 1));
   }
-  for (; x + 4 <= pixels; x += 4) Gather4<kCount, kLumaChroma>(candidates, b, out, std::size_t(x) * 4, stream);
-  return x;
-}
-
-template <bool kLumaChroma>
-int GatherRowOfCount(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
-                     bool stream) {
-  return WithFallCount(
-      count, [&](auto k) { return GatherRow<decltype(k)::value, kLumaChroma>(candidates, b, out, pixels, stream); });
-}
+};
 
 }  // namespace
 
-// Each count and layout with its own unrolled loop. The last pixels are gathered aside by the
-// scalar row and stored one by one, streamed too in a streamed row: a cached store into a line that
-// is being streamed would flush it half written.
 void FallGatherRowSse41(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                         bool lumaChroma, bool stream) {
-  stream = stream && (reinterpret_cast<uintptr_t>(out) & 15) == 0;
-  const int x = lumaChroma ? GatherRowOfCount<true>(candidates, count, b, out, pixels, stream)
-                           : GatherRowOfCount<false>(candidates, count, b, out, pixels, stream);
-  const uint8_t* rest[kFallClasses];
-  for (int k = 0; k < count; ++k) rest[k] = candidates[k] + std::size_t(x) * 4;
-  int32_t last[3];
-  FallGatherRowScalar(rest, count, b + std::size_t(x) * 4, reinterpret_cast<uint8_t*>(last), pixels - x, lumaChroma);
-  for (int i = 0; i < pixels - x; ++i) {
-    uint8_t* target = out + std::size_t(x + i) * 4;
-    if (stream) {
-      _mm_stream_si32(reinterpret_cast<int*>(target), last[i]);
-    } else {
-      std::memcpy(target, &last[i], 4);
-    }
-  }
+  fall_gather::GatherRow<Sse41Lanes>(candidates, count, b, out, pixels, lumaChroma, stream);
 }
 
 }  // namespace vek
