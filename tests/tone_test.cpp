@@ -211,8 +211,6 @@ TEST(XRay, WideNegativeRowsGiveTheScalarBytes) {
   }
 }
 
-using GatherRow = void (*)(const uint8_t* const*, int, const uint8_t*, uint8_t*, int, bool, bool);
-
 // The scalar row with the vector rows' signature; it has no streaming stores.
 void ScalarGatherRow(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,
                      bool lumaChroma, bool) {
@@ -229,7 +227,7 @@ TEST(ColorSplit, GatheredRowsFollowTheFallRule) {
   const Frame a = Frame::Random(kWidth, kHeight, 53), b = Frame::Random(kWidth, kHeight, 54);
   std::vector<uint8_t> storage(kRowBytes * kHeight + 64);
   uint8_t* const onLines = storage.data() + (64 - reinterpret_cast<uintptr_t>(storage.data()) % 64) % 64;
-  std::vector<std::pair<std::string, GatherRow>> forms = {{"scalar", ScalarGatherRow}};
+  std::vector<std::pair<std::string, vek::FallGatherRowFn>> forms = {{"scalar", ScalarGatherRow}};
   if (vek::Sse41KernelsUsable()) forms.emplace_back("SSE4.1", vek::FallGatherRowSse41);
   if (vek::Avx2KernelsUsable()) forms.emplace_back("AVX2", vek::FallGatherRowAvx2);
   if (vek::Avx512KernelsUsable()) forms.emplace_back("AVX-512", vek::FallGatherRowAvx512);

@@ -153,6 +153,8 @@ auto WithFallCount(int count, Visit&& visit) {
 // candidates compete with them for the processor's own prefetching: the vector rows ask for both
 // this many bytes ahead, which runs into the next row at the end of this one.
 inline constexpr std::size_t kFallGatherAhead = 2048;
+using FallGatherRowFn = void (*)(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out,
+                                 int pixels, bool lumaChroma, bool stream);
 // The same four pixels at a time, where Sse41KernelsUsable(). With `stream`, a row that starts on
 // 16 bytes is written past the cache, and the caller fences after the last row.
 void FallGatherRowSse41(const uint8_t* const* candidates, int count, const uint8_t* b, uint8_t* out, int pixels,

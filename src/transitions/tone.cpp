@@ -133,9 +133,11 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
   }
   // A pixel falls 1 to 5 units, so each output row gathers its pixels from the five source rows
   // that can land on it and is written once, past the cache on large frames.
-  const bool wide = Avx512KernelsUsable(), avx2 = !wide && Avx2KernelsUsable();
-  const bool sse41 = !wide && !avx2 && Sse41KernelsUsable();
-  const bool stream = (wide || avx2 || sse41) && frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes;
+  const FallGatherRowFn vectorRow = Avx512KernelsUsable()  ? FallGatherRowAvx512
+                                    : Avx2KernelsUsable()  ? FallGatherRowAvx2
+                                    : Sse41KernelsUsable() ? FallGatherRowSse41
+                                                           : nullptr;
+  const bool stream = vectorRow && frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes;
   ForEachRow(frame.rows, [&](int y) {
     const uint8_t* candidates[kFallClasses];
     int count = 0;
@@ -144,12 +146,8 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
     }
     const uint8_t* b = frame.RowB(y);
     uint8_t* out = frame.OutputRow(y);
-    if (wide) {
-      FallGatherRowAvx512(candidates, count, b, out, frame.width, lumaChroma, stream);
-    } else if (avx2) {
-      FallGatherRowAvx2(candidates, count, b, out, frame.width, lumaChroma, stream);
-    } else if (sse41) {
-      FallGatherRowSse41(candidates, count, b, out, frame.width, lumaChroma, stream);
+    if (vectorRow) {
+      vectorRow(candidates, count, b, out, frame.width, lumaChroma, stream);
     } else {
       FallGatherRowScalar(candidates, count, b, out, frame.width, lumaChroma);
     }
