@@ -328,7 +328,7 @@ VekStatus TR_Collapse::Process(VekEffectInstance* instance) noexcept {
   writer.Finish();
   for (int band = clear; band < frame.height; band += kBandRows) {
     const int bandEnd = std::min(frame.height, band + kBandRows);
-    for (int y = band; y < bandEnd; ++y) CopyPixels(frame.RowB(y), 0, frame.OutputRow(y), 0, frame.width);
+    std::memcpy(frame.OutputRow(band), frame.RowB(band), frame.rowBytes * std::size_t(bandEnd - band));
     BlockRows pending{};
     const int64_t firstRow = std::max<int64_t>(0, (band - mostDrop) / side - 1);
     const int64_t endRow = std::min<int64_t>(down, (bandEnd - leastDrop) / side + 1);
