@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <optional>
 #include <regex>
 
@@ -11,6 +12,7 @@
 #include "vekhost/error.h"
 #include "vekhost/frame.h"
 #include "vekhost/image_io.h"
+#include "vekhost/media.h"
 #include "vekhost/pictures.h"
 #include "vekhost/render.h"
 #include "vekhost_run.h"
@@ -214,6 +216,43 @@ TEST(VekhostRender, VideoWrittenThroughFfmpegReadsBackAsInput) {
   EXPECT_LT(lossy, 12.0) << "frame 0 of the video is picture A through a lossy codec";
   EXPECT_GT(MeanColourDifference(frames[0], swapped), 4 * lossy) << "the check tells red from blue";
   EXPECT_LT(MeanColourDifference(frames[4], Fade(a, b, 1.0f)), 14.0) << "the last frame is the end of the fade";
+}
+
+// Without --frames a rendering takes as many frames as its shortest video input, at the rate of
+// its first one.
+TEST(VekhostRender, VideoInputsGiveTheFrameCountAndTheRate) {
+  if (vek::platform::FindProgram("ffmpeg").empty() || vek::platform::FindProgram("ffprobe").empty()) {
+    GTEST_SKIP() << "ffmpeg is not on PATH";
+  }
+  ScratchFolder folder("vek_render_video_length");
+  const std::string five = Quoted(folder / "five.mp4"), four = Quoted(folder / "four.mkv");
+  const auto make = [](const std::string& source, int frames, const std::string& name) {
+    return std::system(("ffmpeg -v error -y -f lavfi -i " + source + " -frames:v " + std::to_string(frames) +
+                        " -pix_fmt yuv444p " + name)
+                           .c_str());
+  };
+  ASSERT_EQ(make("testsrc=size=48x32:rate=30000/1001", 5, five), 0);
+  ASSERT_EQ(make("color=c=red:size=48x32:rate=25", 4, four), 0);
+
+  Outcome run = Tool("render DSP_VI_FlipCanvas -a " + five + " -o " + Quoted(folder / "flipped.webm"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  const vek::host::VideoFacts flipped = vek::host::ProbeVideo(folder / "flipped.webm");
+  EXPECT_EQ(flipped.frames, 5);
+  EXPECT_EQ(flipped.rate, "30000/1001");
+
+  run = Tool("render DSP_TR_NoEffect -a " + five + " -b " + four + " -o " + Quoted(folder / "cut_%d.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_TRUE(std::filesystem::exists(folder / "cut_3.png"));
+  EXPECT_FALSE(std::filesystem::exists(folder / "cut_4.png")) << "the shorter clip sets the length";
+  const Frame red(48, 32, {0, 0, 255, 255});
+  const double atEnd = MeanColourDifference(vek::host::ReadImage(folder / "cut_3.png"), red);
+  EXPECT_LT(atEnd, 14.0) << "the transition reaches B on the last frame";
+  EXPECT_GT(MeanColourDifference(vek::host::ReadImage(folder / "cut_0.png"), red), 4 * atEnd) << "and starts on A";
+
+  run = Tool("render DSP_TR_Fade -a " + five + " -o " + Quoted(folder / "one.png"));
+  EXPECT_NE(run.status, 0);
+  EXPECT_NE(run.err.find("5 frames"), std::string::npos) << run.err;
+  EXPECT_FALSE(std::filesystem::exists(folder / "one.png"));
 }
 
 #if !defined(_WIN32)

@@ -1,6 +1,8 @@
 #include "vekhost/media.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -47,27 +49,49 @@ bool IsVideoPath(const std::filesystem::path& path) {
   return !CodecArguments(path).empty();
 }
 
-VideoReader::VideoReader(const std::filesystem::path& path, int maxFrames) : path_(path) {
-  const std::string purpose = "reading the video " + path.string();
-  const platform::PathString ffprobe = FindTool("ffprobe", purpose), ffmpeg = FindTool("ffmpeg", purpose);
+VideoFacts ProbeVideo(const std::filesystem::path& path) {
+  const platform::PathString ffprobe = FindTool("ffprobe", "reading the video " + path.string());
   std::FILE* probe = platform::OpenProcess(ffprobe,
-                                           {"-v", "error", "-select_streams", "v:0", "-show_entries",
-                                            "stream=width,height", "-of", "csv=p=0:s=x", Utf8(path)},
+                                           {"-v", "error", "-count_packets", "-select_streams", "v:0", "-show_entries",
+                                            "stream=width,height,avg_frame_rate,r_frame_rate,nb_read_packets", "-of",
+                                            "default=noprint_wrappers=1", Utf8(path)},
                                            platform::ProcessPipe::kRead);
   if (!probe) throw Error("cannot start ffprobe for " + path.string());
-  std::string answer;
+  VideoFacts facts;
+  std::string averageRate, baseRate;
   char buffer[256];
-  while (std::fgets(buffer, sizeof buffer, probe)) answer += buffer;
+  while (std::fgets(buffer, sizeof buffer, probe)) {
+    const std::string line(Trim(buffer));
+    const std::size_t equals = line.find('=');
+    if (equals == std::string::npos) continue;
+    const std::string key = line.substr(0, equals), value = line.substr(equals + 1);
+    if (key == "width") facts.width = std::atoi(value.c_str());
+    if (key == "height") facts.height = std::atoi(value.c_str());
+    if (key == "nb_read_packets") facts.frames = std::max(0, std::atoi(value.c_str()));
+    if (key == "avg_frame_rate") averageRate = value;
+    if (key == "r_frame_rate") baseRate = value;
+  }
+  // The average keeps a variable-rate video's length; "0/0" is ffprobe's word for a rate it does
+  // not know.
+  for (const std::string& rate : {averageRate, baseRate}) {
+    if (facts.rate.empty() && std::atoi(rate.c_str()) > 0) facts.rate = rate;
+  }
   const int status = platform::CloseProcess(probe);
-  if (status != 0 || std::sscanf(answer.c_str(), "%dx%d", &width_, &height_) != 2 || width_ < 1 || height_ < 1 ||
-      width_ > kMaxFrameSide || height_ > kMaxFrameSide) {
+  if (status != 0 || facts.width < 1 || facts.height < 1 || facts.width > kMaxFrameSide ||
+      facts.height > kMaxFrameSide) {
     throw Error(path.string() + " is neither a PNG or JPEG picture nor a video that ffmpeg can read");
   }
+  return facts;
+}
+
+VideoReader::VideoReader(const std::filesystem::path& path, const VideoFacts& facts, int maxFrames)
+    : path_(path), facts_(facts) {
+  const platform::PathString ffmpeg = FindTool("ffmpeg", "reading the video " + path.string());
   // Rotation metadata is not applied, so the frames keep the size ffprobe reported.
-  process_ = platform::OpenProcess(ffmpeg,
-                                   {"-v", "error", "-nostdin", "-noautorotate", "-i", Utf8(path), "-map", "0:v:0",
-                                    "-frames:v", std::to_string(maxFrames), "-f", "rawvideo", "-pix_fmt", "bgra", "-"},
-                                   platform::ProcessPipe::kRead);
+  std::vector<std::string> arguments = {"-v", "error", "-nostdin", "-noautorotate", "-i", Utf8(path), "-map", "0:v:0"};
+  if (maxFrames > 0) arguments.insert(arguments.end(), {"-frames:v", std::to_string(maxFrames)});
+  arguments.insert(arguments.end(), {"-f", "rawvideo", "-pix_fmt", "bgra", "-"});
+  process_ = platform::OpenProcess(ffmpeg, arguments, platform::ProcessPipe::kRead);
   if (!process_) throw Error("cannot start ffmpeg for " + path.string());
 }
 
@@ -77,7 +101,7 @@ VideoReader::~VideoReader() {
 
 bool VideoReader::Read(Frame& frame) {
   if (!process_) return false;
-  frame = Frame(width_, height_);
+  frame = Frame(facts_.width, facts_.height);
   if (std::fread(frame.bytes.data(), 1, frame.bytes.size(), process_) == frame.bytes.size()) return true;
   const int status = platform::CloseProcess(process_);
   process_ = nullptr;
@@ -86,21 +110,10 @@ bool VideoReader::Read(Frame& frame) {
   return false;
 }
 
-VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int height)
+VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate)
     : path_(path), width_(width), height_(height) {
-  std::vector<std::string> arguments = {"-v",
-                                        "error",
-                                        "-y",
-                                        "-f",
-                                        "rawvideo",
-                                        "-pix_fmt",
-                                        "bgra",
-                                        "-s",
-                                        SizeText(width, height),
-                                        "-r",
-                                        std::to_string(kVideoFramesPerSecond),
-                                        "-i",
-                                        "-"};
+  std::vector<std::string> arguments = {
+      "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "bgra", "-s", SizeText(width, height), "-r", rate, "-i", "-"};
   const std::vector<std::string> codec = CodecArguments(path);
   if (codec.empty()) throw Error(path.string() + " is not a video name (.mp4, .mov, .mkv, .gif, .webm)");
   arguments.insert(arguments.end(), codec.begin(), codec.end());
@@ -137,21 +150,24 @@ void VideoWriter::Finish() {
 
 FrameSource::FrameSource(Frame still) : current_(std::move(still)) {}
 
-FrameSource::FrameSource(const std::filesystem::path& path, int maxFrames) {
+FrameSource::FrameSource(const std::filesystem::path& path) : path_(path) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) throw Error("no such file: " + path.string());
   if (IsImageFile(path)) {
     current_ = ReadImage(path);
-    return;
+  } else {
+    videoFacts_ = ProbeVideo(path);
+    current_ = Frame(videoFacts_->width, videoFacts_->height);
   }
-  video_ = std::make_unique<VideoReader>(path, maxFrames);
-  if (!video_->Read(current_)) throw Error(path.string() + " has no video frames that ffmpeg can decode");
 }
 
 FrameSource::~FrameSource() = default;
 
 const Frame& FrameSource::Next() {
-  if (started_ && video_) {
+  if (videoFacts_ && !started_) {
+    video_ = std::make_unique<VideoReader>(path_, *videoFacts_, frameLimit_);
+    if (!video_->Read(current_)) throw Error(path_.string() + " has no video frames that ffmpeg can decode");
+  } else if (video_) {
     Frame next;
     if (video_->Read(next)) {
       current_ = std::move(next);

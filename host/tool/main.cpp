@@ -54,12 +54,15 @@ int main(int argc, char** argv) {
   renderCommand->add_option("-a", render.inputA, "Input A: PNG, JPEG or a video; default: the built-in picture A");
   renderCommand->add_option("-b", render.inputB, "Input B of a transition: as -a; default: the built-in picture B");
   renderCommand->add_option("--progress", render.progress,
-                            "One frame of a transition at this progress (0..1); default: P1's default");
-  renderCommand->add_option("--frames", render.frames, "The whole transition in N frames, progress k/(N-1)")
+                            "A transition at this progress (0..1) in every frame; default: P1's default");
+  renderCommand
+      ->add_option("--frames", render.frames,
+                   "N frames, a transition going through progress k/(N-1); default: as many as the shortest "
+                   "video input has, else one")
       ->check(CLI::PositiveNumber);
   renderCommand
       ->add_option("-o,--output", render.output,
-                   "out.png; with --frames a pattern such as out_%03d.png, or a video: .mp4 .mov .mkv .gif .webm")
+                   "out.png; for several frames a pattern such as out_%03d.png, or a video: .mp4 .mov .mkv .gif .webm")
       ->required();
   renderCommand->add_option("--set", render.settings, "KEY=VALUE: a parameter by key, name id or short name")
       ->allow_extra_args(false);

@@ -1,7 +1,9 @@
 // vekhost render: one effect on pictures or videos, written as PNG files or as a video.
+#include <algorithm>
 #include <chrono>
 #include <iomanip>
 #include <memory>
+#include <utility>
 #include <variant>
 
 #include "commands.h"
@@ -53,7 +55,8 @@ NumberedName NameForFrame(std::string_view pattern, int index) {
 // failed rendering leaves no output.
 class FrameWriter {
  public:
-  FrameWriter(const std::string& output, int frames) : output_(output), isVideo_(host::IsVideoPath(output)) {
+  FrameWriter(const std::string& output, int frames, std::string rate)
+      : output_(output), rate_(std::move(rate)), isVideo_(host::IsVideoPath(output)) {
     if (isVideo_) return;
     if (!host::IsPngPath(output)) {
       throw host::Error("cannot write \"" + output +
@@ -62,9 +65,9 @@ class FrameWriter {
     const int places = NameForFrame(output, 0).places;
     if (places > 1) throw host::Error("the output name \"" + output + "\" holds more than one frame number");
     if (frames > 1 && places == 0) {
-      throw host::Error(
-          "--frames writes one picture a frame: give a name with a frame number such as out_%03d.png, "
-          "or a video name");
+      throw host::Error(std::to_string(frames) +
+                        " frames are written one picture a frame: give a name with a frame number such as "
+                        "out_%03d.png, or a video name");
     }
   }
   ~FrameWriter() {
@@ -78,7 +81,7 @@ class FrameWriter {
 
   void Write(const host::Frame& frame, int index) {
     if (isVideo_) {
-      if (!video_) video_ = std::make_unique<host::VideoWriter>(output_, frame.width, frame.height);
+      if (!video_) video_ = std::make_unique<host::VideoWriter>(output_, frame.width, frame.height, rate_);
       video_->Write(frame);
       return;
     }
@@ -92,6 +95,7 @@ class FrameWriter {
 
  private:
   std::string output_;
+  std::string rate_;
   bool isVideo_;
   std::unique_ptr<host::VideoWriter> video_;
   std::vector<std::filesystem::path> written_;
@@ -110,7 +114,29 @@ struct Input {
     resized = host::Resized(frame, size.width, size.height);
     return resized;
   }
+  const host::VideoFacts* Video() const { return source && source->Video() ? &*source->Video() : nullptr; }
 };
+
+// Without --frames: as many frames as the shortest video input has, so that no clip is held on its
+// last frame; one for pictures alone.
+int FramesOfVideos(const Input (&inputs)[2]) {
+  int frames = 0;
+  for (const Input& input : inputs) {
+    const host::VideoFacts* video = input.Video();
+    if (!video) continue;
+    if (video->frames < 1) throw host::Error("cannot tell how many frames " + input.file + " has; give --frames");
+    frames = frames == 0 ? video->frames : std::min(frames, video->frames);
+  }
+  return std::max(frames, 1);
+}
+
+// The first video input's rate, so that a clip keeps its speed.
+std::string RateOfVideos(const Input (&inputs)[2]) {
+  for (const Input& input : inputs) {
+    if (input.Video() && !input.Video()->rate.empty()) return input.Video()->rate;
+  }
+  return host::kVideoFramesPerSecond;
+}
 
 }  // namespace
 
@@ -126,13 +152,17 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
     throw host::Error("--frames renders the whole transition, progress 0 to 1; leave out --progress");
   }
   if (!request.inputB.empty() && !twoInputs) throw host::Error(effect.classId + " takes one input; -b has no use");
-  if (request.frames < 1) throw host::Error("--frames takes a count of 1 or more");
-  FrameWriter writer(request.output, request.frames);
+  if (request.frames < 0) throw host::Error("--frames takes a count of 1 or more");
 
   Input inputs[2] = {{'A', request.inputA, nullptr, {}}, {'B', twoInputs ? request.inputB : "", nullptr, {}}};
   for (Input& input : inputs) {
-    if (!input.file.empty()) input.source = std::make_unique<host::FrameSource>(input.file, request.frames);
+    if (!input.file.empty()) input.source = std::make_unique<host::FrameSource>(input.file);
   }
+  const int frames = request.frames > 0 ? request.frames : FramesOfVideos(inputs);
+  for (Input& input : inputs) {
+    if (input.source) input.source->LimitFrames(frames);
+  }
+  FrameWriter writer(request.output, frames, RateOfVideos(inputs));
   FrameSize size = kDefaultSize;
   if (!request.size.empty()) {
     size = ParseSize(request.size);
@@ -163,9 +193,9 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
 
   const auto start = std::chrono::steady_clock::now();
   {
-    ProgressBar bar("rendering " + effect.classId, request.frames);
-    for (int k = 0; k < request.frames; ++k) {
-      if (transition && request.frames > 1) renderer.SetProgress(float(k) / float(request.frames - 1));
+    ProgressBar bar("rendering " + effect.classId, frames);
+    for (int k = 0; k < frames; ++k) {
+      if (transition && request.progress.empty() && frames > 1) renderer.SetProgress(float(k) / float(frames - 1));
       const host::Frame& a = inputs[0].Next(size);
       const host::Frame& b = twoInputs ? inputs[1].Next(size) : a;
       writer.Write(renderer.Render(a, b), k);
@@ -174,8 +204,8 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
     writer.Finish();
   }
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  out << request.frames << (request.frames == 1 ? " frame" : " frames") << " in " << std::fixed << std::setprecision(2)
-      << seconds << " s (" << std::setprecision(1) << (seconds > 0 ? request.frames / seconds : 0.0) << " fps)\n";
+  out << frames << (frames == 1 ? " frame" : " frames") << " in " << std::fixed << std::setprecision(2) << seconds
+      << " s (" << std::setprecision(1) << (seconds > 0 ? frames / seconds : 0.0) << " fps)\n";
 }
 
 }  // namespace vek::tool

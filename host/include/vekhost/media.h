@@ -6,45 +6,57 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "vekhost/frame.h"
 
 namespace vek::host {
 
-inline constexpr int kVideoFramesPerSecond = 25;
+// The rate of a video made from pictures alone.
+inline constexpr const char* kVideoFramesPerSecond = "25";
 
 // Names ending .mp4, .mov, .mkv, .gif or .webm, in any case.
 bool IsVideoPath(const std::filesystem::path& path);
 
-// The frames of a video file, decoded by ffmpeg after ffprobe has given the size.
+// What ffprobe reports of a video's first stream.
+struct VideoFacts {
+  int width = 0;
+  int height = 0;
+  int frames = 0;    // its packets, one a frame; 0 when ffprobe could not count them
+  std::string rate;  // frames a second as ffprobe gives it, e.g. "30000/1001"; empty when unknown
+};
+
+// Asks ffprobe, which reads the file's packets but decodes nothing. Throws Error when ffprobe is
+// missing or the file has no video stream it can read.
+VideoFacts ProbeVideo(const std::filesystem::path& path);
+
+// The frames of a probed video file, decoded by ffmpeg.
 class VideoReader {
  public:
-  // Decodes at most maxFrames frames. Throws Error when ffmpeg or ffprobe is missing or the file
-  // has no video stream they can read.
-  VideoReader(const std::filesystem::path& path, int maxFrames);
+  // Decodes at most maxFrames frames, every frame when maxFrames is 0. Throws Error when ffmpeg is
+  // missing.
+  VideoReader(const std::filesystem::path& path, const VideoFacts& facts, int maxFrames);
   ~VideoReader();
   VideoReader(const VideoReader&) = delete;
   VideoReader& operator=(const VideoReader&) = delete;
 
-  int Width() const { return width_; }
-  int Height() const { return height_; }
   // The next frame into `frame`; false at the end. Throws Error when ffmpeg failed.
   bool Read(Frame& frame);
 
  private:
   std::filesystem::path path_;
-  int width_ = 0;
-  int height_ = 0;
+  VideoFacts facts_;
   std::FILE* process_ = nullptr;
 };
 
-// A video file written by ffmpeg at kVideoFramesPerSecond: H.264 in yuv420p for .mp4, .mov and
-// .mkv, VP9 for .webm, a palette made from the frames for .gif. Odd sizes are padded to even ones
-// where the codec needs them.
+// A video file written by ffmpeg at `rate` frames a second (a number or a fraction such as
+// "30000/1001"): H.264 in yuv420p for .mp4, .mov and .mkv, VP9 for .webm, a palette made from the
+// frames for .gif. Odd sizes are padded to even ones where the codec needs them.
 class VideoWriter {
  public:
   // Starts ffmpeg; throws Error when it is missing or the name is no video name.
-  VideoWriter(const std::filesystem::path& path, int width, int height);
+  VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate);
   // Without a successful Finish the file is removed: a failed rendering leaves no output.
   ~VideoWriter();
   VideoWriter(const VideoWriter&) = delete;
@@ -66,19 +78,26 @@ class VideoWriter {
 class FrameSource {
  public:
   explicit FrameSource(Frame still);
-  // A PNG or JPEG file (told by its first bytes), otherwise a video of which at most maxFrames are
-  // decoded. Throws Error for a missing or unreadable file.
-  FrameSource(const std::filesystem::path& path, int maxFrames);
+  // A PNG or JPEG file (told by its first bytes) is read; a video is probed, and decoded from the
+  // first Next on. Throws Error for a missing or unreadable file.
+  explicit FrameSource(const std::filesystem::path& path);
   ~FrameSource();
 
   int Width() const { return current_.width; }
   int Height() const { return current_.height; }
-  // The frame for the next step of the sequence.
+  // The facts of a video source; empty for a picture.
+  const std::optional<VideoFacts>& Video() const { return videoFacts_; }
+  // Before the first Next: a video decodes at most this many frames.
+  void LimitFrames(int frames) { frameLimit_ = frames; }
+  // The frame for the next step of the sequence. Throws Error when a video has no frame at all.
   const Frame& Next();
 
  private:
-  Frame current_;
+  std::filesystem::path path_;
+  Frame current_;  // black at the video's size until the first Next
+  std::optional<VideoFacts> videoFacts_;
   std::unique_ptr<VideoReader> video_;
+  int frameLimit_ = 0;
   bool started_ = false;
 };
 
