@@ -4,11 +4,14 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
 #include <regex>
+#include <vector>
 
 #include "platform/platform.h"
 #include "plugin_fixture.h"
+#include "vekhost/audio.h"
 #include "vekhost/error.h"
 #include "vekhost/frame.h"
 #include "vekhost/image_io.h"
@@ -186,10 +189,36 @@ TEST(VekhostRender, FileInputsOfAnotherSizeAreRefusedUnlessResized) {
   EXPECT_EQ(out.bytes, Fade(a, vek::host::Resized(b, 40, 30), 0.4f).bytes);
 }
 
+bool FfmpegInstalled() {
+  return !vek::platform::FindProgram("ffmpeg").empty() && !vek::platform::FindProgram("ffprobe").empty();
+}
+
+// A video that ffmpeg makes from the input arguments, e.g. its own test sources; the exit status.
+int MakeVideo(const std::string& inputs, const std::filesystem::path& path) {
+  return std::system(("ffmpeg -v error -y " + inputs + " -pix_fmt yuv444p " + Quoted(path)).c_str());
+}
+
+// A video's sound, mixed to one channel of 16-bit samples by ffmpeg; empty when it has none.
+std::vector<int16_t> SoundOf(const std::filesystem::path& video) {
+  const std::filesystem::path wav = video.string() + ".wav";
+  const std::string command = "ffmpeg -v quiet -y -i " + Quoted(video) + " -vn -ac 1 -c:a pcm_s16le " + Quoted(wav);
+  if (std::system(command.c_str()) != 0) return {};
+  const vek::host::Audio audio = vek::host::ReadWav(wav);
+  std::vector<int16_t> samples(audio.samples.size() / 2);
+  std::memcpy(samples.data(), audio.samples.data(), samples.size() * 2);
+  return samples;
+}
+
+// The root mean square of the fifth of the samples numbered `fifth` (0 to 4).
+double LoudnessOfFifth(const std::vector<int16_t>& samples, int fifth) {
+  const std::size_t from = samples.size() * fifth / 5, to = samples.size() * (fifth + 1) / 5;
+  double sum = 0;
+  for (std::size_t i = from; i < to; ++i) sum += double(samples[i]) * samples[i];
+  return to > from ? std::sqrt(sum / double(to - from)) : 0.0;
+}
+
 TEST(VekhostRender, VideoWrittenThroughFfmpegReadsBackAsInput) {
-  if (vek::platform::FindProgram("ffmpeg").empty() || vek::platform::FindProgram("ffprobe").empty()) {
-    GTEST_SKIP() << "ffmpeg is not on PATH";
-  }
+  if (!FfmpegInstalled()) GTEST_SKIP() << "ffmpeg is not on PATH";
   ScratchFolder folder("vek_render_video");
   constexpr int kVideoWidth = 64, kVideoHeight = 36;
   Outcome run = Tool("render DSP_TR_Fade --frames 3 --size 64x36 -o " + Quoted(folder / "fade.mp4"));
@@ -221,18 +250,11 @@ TEST(VekhostRender, VideoWrittenThroughFfmpegReadsBackAsInput) {
 // Without --frames a rendering takes as many frames as its shortest video input, at the rate of
 // its first one.
 TEST(VekhostRender, VideoInputsGiveTheFrameCountAndTheRate) {
-  if (vek::platform::FindProgram("ffmpeg").empty() || vek::platform::FindProgram("ffprobe").empty()) {
-    GTEST_SKIP() << "ffmpeg is not on PATH";
-  }
+  if (!FfmpegInstalled()) GTEST_SKIP() << "ffmpeg is not on PATH";
   ScratchFolder folder("vek_render_video_length");
   const std::string five = Quoted(folder / "five.mp4"), four = Quoted(folder / "four.mkv");
-  const auto make = [](const std::string& source, int frames, const std::string& name) {
-    return std::system(("ffmpeg -v error -y -f lavfi -i " + source + " -frames:v " + std::to_string(frames) +
-                        " -pix_fmt yuv444p " + name)
-                           .c_str());
-  };
-  ASSERT_EQ(make("testsrc=size=48x32:rate=30000/1001", 5, five), 0);
-  ASSERT_EQ(make("color=c=red:size=48x32:rate=25", 4, four), 0);
+  ASSERT_EQ(MakeVideo("-f lavfi -i testsrc=size=48x32:rate=30000/1001 -frames:v 5", folder / "five.mp4"), 0);
+  ASSERT_EQ(MakeVideo("-f lavfi -i color=c=red:size=48x32:rate=25 -frames:v 4", folder / "four.mkv"), 0);
 
   Outcome run = Tool("render DSP_VI_FlipCanvas -a " + five + " -o " + Quoted(folder / "flipped.webm"));
   ASSERT_EQ(run.status, 0) << run.err;
@@ -253,6 +275,36 @@ TEST(VekhostRender, VideoInputsGiveTheFrameCountAndTheRate) {
   EXPECT_NE(run.status, 0);
   EXPECT_NE(run.err.find("5 frames"), std::string::npos) << run.err;
   EXPECT_FALSE(std::filesystem::exists(folder / "one.png"));
+}
+
+// A one-input effect keeps its clip's sound; a transition fades A's out as it goes to B.
+TEST(VekhostRender, ClipSoundIsKeptAndCrossFaded) {
+  if (!FfmpegInstalled()) GTEST_SKIP() << "ffmpeg is not on PATH";
+  ScratchFolder folder("vek_render_sound");
+  ASSERT_EQ(MakeVideo("-f lavfi -i testsrc=size=48x32:rate=25 -f lavfi -i sine=frequency=440:sample_rate=48000 "
+                      "-t 0.8 -c:a pcm_s16le",
+                      folder / "tone.mkv"),
+            0);
+  ASSERT_EQ(MakeVideo("-f lavfi -i color=c=red:size=48x32:rate=25 -t 0.8", folder / "silent.mkv"), 0);
+  const std::vector<int16_t> tone = SoundOf(folder / "tone.mkv");
+  ASSERT_FALSE(tone.empty());
+
+  Outcome run =
+      Tool("render DSP_VI_FlipCanvas -a " + Quoted(folder / "tone.mkv") + " -o " + Quoted(folder / "flip.mp4"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<int16_t> kept = SoundOf(folder / "flip.mp4");
+  ASSERT_FALSE(kept.empty()) << "the flipped clip has no sound";
+  for (int fifth = 1; fifth < 4; ++fifth) {
+    EXPECT_NEAR(LoudnessOfFifth(kept, fifth), LoudnessOfFifth(tone, fifth), 0.1 * LoudnessOfFifth(tone, fifth));
+  }
+
+  run = Tool("render DSP_TR_Fade -a " + Quoted(folder / "tone.mkv") + " -b " + Quoted(folder / "silent.mkv") + " -o " +
+             Quoted(folder / "fade.mkv"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<int16_t> faded = SoundOf(folder / "fade.mkv");
+  ASSERT_FALSE(faded.empty()) << "A's sound is not in the transition";
+  EXPECT_GT(LoudnessOfFifth(faded, 0), 0.8 * LoudnessOfFifth(tone, 0));
+  EXPECT_LT(LoudnessOfFifth(faded, 4), 0.6 * LoudnessOfFifth(tone, 4)) << "A's sound does not fade out";
 }
 
 #if !defined(_WIN32)

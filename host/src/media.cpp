@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <locale>
+#include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -43,6 +46,41 @@ std::vector<std::string> CodecArguments(const std::filesystem::path& path) {
   return {};
 }
 
+// The sound codec for a video name; empty for a name whose format takes no sound.
+std::vector<std::string> SoundCodecArguments(const std::filesystem::path& path) {
+  const std::string extension = Lower(path.extension().string());
+  if (extension == ".gif") return {};
+  if (extension == ".webm") return {"-c:a", "libopus", "-b:a", "160k"};
+  return {"-c:a", "aac", "-b:a", "192k"};
+}
+
+// "30000/1001" or "25" as frames a second.
+double RateValue(const std::string& rate) {
+  const std::size_t slash = rate.find('/');
+  const double count = std::atof(rate.substr(0, slash).c_str());
+  const double seconds = slash == std::string::npos ? 1.0 : std::atof(rate.substr(slash + 1).c_str());
+  return count > 0 && seconds > 0 ? count / seconds : std::atof(kVideoFramesPerSecond);
+}
+
+// The filter graph that takes each source's first audio stream (inputs 1 and on) to 48 kHz, gives
+// it its gain curve, cuts it where the video ends and mixes them into [sound]. Channel layouts are
+// left to ffmpeg: a clip keeps its own, and two clips are mixed in one that ffmpeg agrees on.
+std::string SoundGraph(const Soundtrack& sound, double seconds) {
+  std::ostringstream graph;
+  graph.imbue(std::locale::classic());
+  graph.precision(9);
+  for (std::size_t i = 0; i < sound.sources.size(); ++i) {
+    const SoundSource& source = sound.sources[i];
+    const double startPower = double(source.startGain) * source.startGain;
+    const double change = double(source.endGain) * source.endGain - startPower;
+    graph << "[" << i + 1 << ":a:0]aresample=48000,volume=volume='sqrt(max(" << startPower << "+(" << change
+          << ")*min(t/" << seconds << ",1),0))':eval=frame,atrim=end=" << seconds << "[s" << i << "];";
+  }
+  for (std::size_t i = 0; i < sound.sources.size(); ++i) graph << "[s" << i << "]";
+  graph << "amix=inputs=" << sound.sources.size() << ":normalize=0:duration=longest[sound]";
+  return graph.str();
+}
+
 }  // namespace
 
 bool IsVideoPath(const std::filesystem::path& path) {
@@ -51,33 +89,38 @@ bool IsVideoPath(const std::filesystem::path& path) {
 
 VideoFacts ProbeVideo(const std::filesystem::path& path) {
   const platform::PathString ffprobe = FindTool("ffprobe", "reading the video " + path.string());
-  std::FILE* probe = platform::OpenProcess(ffprobe,
-                                           {"-v", "error", "-count_packets", "-select_streams", "v:0", "-show_entries",
-                                            "stream=width,height,avg_frame_rate,r_frame_rate,nb_read_packets", "-of",
-                                            "default=noprint_wrappers=1", Utf8(path)},
-                                           platform::ProcessPipe::kRead);
+  std::FILE* probe =
+      platform::OpenProcess(ffprobe,
+                            {"-v", "error", "-count_packets", "-show_entries",
+                             "stream=codec_type,width,height,avg_frame_rate,r_frame_rate,nb_read_packets", Utf8(path)},
+                            platform::ProcessPipe::kRead);
   if (!probe) throw Error("cannot start ffprobe for " + path.string());
+  // One [STREAM] section of "key=value" lines a stream; the first video stream is the one read.
   VideoFacts facts;
-  std::string averageRate, baseRate;
+  bool video = false;
+  std::map<std::string, std::string> stream;
   char buffer[256];
   while (std::fgets(buffer, sizeof buffer, probe)) {
     const std::string line(Trim(buffer));
     const std::size_t equals = line.find('=');
-    if (equals == std::string::npos) continue;
-    const std::string key = line.substr(0, equals), value = line.substr(equals + 1);
-    if (key == "width") facts.width = std::atoi(value.c_str());
-    if (key == "height") facts.height = std::atoi(value.c_str());
-    if (key == "nb_read_packets") facts.frames = std::max(0, std::atoi(value.c_str()));
-    if (key == "avg_frame_rate") averageRate = value;
-    if (key == "r_frame_rate") baseRate = value;
-  }
-  // The average keeps a variable-rate video's length; "0/0" is ffprobe's word for a rate it does
-  // not know.
-  for (const std::string& rate : {averageRate, baseRate}) {
-    if (facts.rate.empty() && std::atoi(rate.c_str()) > 0) facts.rate = rate;
+    if (equals != std::string::npos) stream[line.substr(0, equals)] = line.substr(equals + 1);
+    if (line != "[/STREAM]") continue;
+    if (stream["codec_type"] == "audio") facts.sound = true;
+    if (stream["codec_type"] == "video" && !video) {
+      video = true;
+      facts.width = std::atoi(stream["width"].c_str());
+      facts.height = std::atoi(stream["height"].c_str());
+      facts.frames = std::max(0, std::atoi(stream["nb_read_packets"].c_str()));
+      // The average keeps a variable-rate video's length; "0/0" is ffprobe's word for a rate it
+      // does not know.
+      for (const char* key : {"avg_frame_rate", "r_frame_rate"}) {
+        if (facts.rate.empty() && std::atoi(stream[key].c_str()) > 0) facts.rate = stream[key];
+      }
+    }
+    stream.clear();
   }
   const int status = platform::CloseProcess(probe);
-  if (status != 0 || facts.width < 1 || facts.height < 1 || facts.width > kMaxFrameSide ||
+  if (status != 0 || !video || facts.width < 1 || facts.height < 1 || facts.width > kMaxFrameSide ||
       facts.height > kMaxFrameSide) {
     throw Error(path.string() + " is neither a PNG or JPEG picture nor a video that ffmpeg can read");
   }
@@ -110,12 +153,21 @@ bool VideoReader::Read(Frame& frame) {
   return false;
 }
 
-VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate)
+VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate,
+                         const Soundtrack& sound)
     : path_(path), width_(width), height_(height) {
   std::vector<std::string> arguments = {
       "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "bgra", "-s", SizeText(width, height), "-r", rate, "-i", "-"};
   const std::vector<std::string> codec = CodecArguments(path);
   if (codec.empty()) throw Error(path.string() + " is not a video name (.mp4, .mov, .mkv, .gif, .webm)");
+  const std::vector<std::string> soundCodec = SoundCodecArguments(path);
+  if (!sound.sources.empty() && !soundCodec.empty()) {
+    for (const SoundSource& source : sound.sources) arguments.insert(arguments.end(), {"-i", Utf8(source.path)});
+    const double seconds = std::max(sound.frames, 1) / RateValue(rate);
+    arguments.insert(arguments.end(),
+                     {"-filter_complex", SoundGraph(sound, seconds), "-map", "0:v", "-map", "[sound]"});
+    arguments.insert(arguments.end(), soundCodec.begin(), soundCodec.end());
+  }
   arguments.insert(arguments.end(), codec.begin(), codec.end());
   arguments.push_back(Utf8(path));
   process_ = platform::OpenProcess(FindTool("ffmpeg", "writing the video " + path.string()), arguments,

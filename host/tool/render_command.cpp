@@ -1,8 +1,10 @@
 // vekhost render: one effect on pictures or videos, written as PNG files or as a video.
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <iomanip>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <variant>
 
@@ -55,8 +57,8 @@ NumberedName NameForFrame(std::string_view pattern, int index) {
 // failed rendering leaves no output.
 class FrameWriter {
  public:
-  FrameWriter(const std::string& output, int frames, std::string rate)
-      : output_(output), rate_(std::move(rate)), isVideo_(host::IsVideoPath(output)) {
+  FrameWriter(const std::string& output, int frames, std::string rate, host::Soundtrack sound)
+      : output_(output), rate_(std::move(rate)), sound_(std::move(sound)), isVideo_(host::IsVideoPath(output)) {
     if (isVideo_) return;
     if (!host::IsPngPath(output)) {
       throw host::Error("cannot write \"" + output +
@@ -81,7 +83,7 @@ class FrameWriter {
 
   void Write(const host::Frame& frame, int index) {
     if (isVideo_) {
-      if (!video_) video_ = std::make_unique<host::VideoWriter>(output_, frame.width, frame.height, rate_);
+      if (!video_) video_ = std::make_unique<host::VideoWriter>(output_, frame.width, frame.height, rate_, sound_);
       video_->Write(frame);
       return;
     }
@@ -96,6 +98,7 @@ class FrameWriter {
  private:
   std::string output_;
   std::string rate_;
+  host::Soundtrack sound_;
   bool isVideo_;
   std::unique_ptr<host::VideoWriter> video_;
   std::vector<std::filesystem::path> written_;
@@ -138,6 +141,23 @@ std::string RateOfVideos(const Input (&inputs)[2]) {
   return host::kVideoFramesPerSecond;
 }
 
+// The clips' sound in a video: a one-input effect keeps its clip's; a transition cross-fades A's
+// into B's as it goes from A to B, or holds both at the gains of its fixed progress.
+host::Soundtrack SoundOf(const Input (&inputs)[2], bool transition, std::optional<float> heldProgress, int frames) {
+  host::Soundtrack sound{frames, {}};
+  for (const Input& input : inputs) {
+    if (!input.Video() || !input.Video()->sound) continue;
+    host::SoundSource source{input.file};
+    if (transition) {
+      const auto gain = [&](float progress) { return std::sqrt(input.letter == 'A' ? 1.0f - progress : progress); };
+      source.startGain = gain(heldProgress.value_or(0.0f));
+      source.endGain = gain(heldProgress.value_or(1.0f));
+    }
+    sound.sources.push_back(source);
+  }
+  return sound;
+}
+
 }  // namespace
 
 void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std::ostream& out) {
@@ -153,6 +173,10 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
   }
   if (!request.inputB.empty() && !twoInputs) throw host::Error(effect.classId + " takes one input; -b has no use");
   if (request.frames < 0) throw host::Error("--frames takes a count of 1 or more");
+  std::optional<float> heldProgress;
+  if (!request.progress.empty()) {
+    heldProgress = std::get<float>(host::ParseValue(effect.params.front(), request.progress));
+  }
 
   Input inputs[2] = {{'A', request.inputA, nullptr, {}}, {'B', twoInputs ? request.inputB : "", nullptr, {}}};
   for (Input& input : inputs) {
@@ -162,7 +186,7 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
   for (Input& input : inputs) {
     if (input.source) input.source->LimitFrames(frames);
   }
-  FrameWriter writer(request.output, frames, RateOfVideos(inputs));
+  FrameWriter writer(request.output, frames, RateOfVideos(inputs), SoundOf(inputs, transition, heldProgress, frames));
   FrameSize size = kDefaultSize;
   if (!request.size.empty()) {
     size = ParseSize(request.size);
@@ -186,16 +210,13 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
     if (equals == std::string::npos || equals == 0) throw host::Error("--set takes KEY=VALUE, not \"" + setting + "\"");
     renderer.GetInstance().Set(setting.substr(0, equals), setting.substr(equals + 1));
   }
-  if (!request.progress.empty()) {
-    const host::Value progress = host::ParseValue(effect.params.front(), request.progress);
-    renderer.SetProgress(std::get<float>(progress));
-  }
+  if (heldProgress) renderer.SetProgress(*heldProgress);
 
   const auto start = std::chrono::steady_clock::now();
   {
     ProgressBar bar("rendering " + effect.classId, frames);
     for (int k = 0; k < frames; ++k) {
-      if (transition && request.progress.empty() && frames > 1) renderer.SetProgress(float(k) / float(frames - 1));
+      if (transition && !heldProgress && frames > 1) renderer.SetProgress(float(k) / float(frames - 1));
       const host::Frame& a = inputs[0].Next(size);
       const host::Frame& b = twoInputs ? inputs[1].Next(size) : a;
       writer.Write(renderer.Render(a, b), k);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "vekhost/frame.h"
 
@@ -19,12 +20,13 @@ inline constexpr const char* kVideoFramesPerSecond = "25";
 // Names ending .mp4, .mov, .mkv, .gif or .webm, in any case.
 bool IsVideoPath(const std::filesystem::path& path);
 
-// What ffprobe reports of a video's first stream.
+// What ffprobe reports of a video's first video stream, and whether the file has sound.
 struct VideoFacts {
   int width = 0;
   int height = 0;
-  int frames = 0;    // its packets, one a frame; 0 when ffprobe could not count them
-  std::string rate;  // frames a second as ffprobe gives it, e.g. "30000/1001"; empty when unknown
+  int frames = 0;      // its packets, one a frame; 0 when ffprobe could not count them
+  std::string rate;    // frames a second as ffprobe gives it, e.g. "30000/1001"; empty when unknown
+  bool sound = false;  // an audio stream beside it
 };
 
 // Asks ffprobe, which reads the file's packets but decodes nothing. Throws Error when ffprobe is
@@ -50,13 +52,30 @@ class VideoReader {
   std::FILE* process_ = nullptr;
 };
 
+// A clip's sound carried into a written video. Its gain goes from startGain to endGain over the
+// video with the power (the gain squared) changing evenly, so that one clip going from 1 to 0 and
+// another from 0 to 1 cross-fade at an even loudness.
+struct SoundSource {
+  std::filesystem::path path;
+  float startGain = 1.0f;
+  float endGain = 1.0f;
+};
+
+// The sound of a written video of `frames` frames: its sources mixed, and cut where the video ends.
+struct Soundtrack {
+  int frames = 0;
+  std::vector<SoundSource> sources;
+};
+
 // A video file written by ffmpeg at `rate` frames a second (a number or a fraction such as
 // "30000/1001"): H.264 in yuv420p for .mp4, .mov and .mkv, VP9 for .webm, a palette made from the
-// frames for .gif. Odd sizes are padded to even ones where the codec needs them.
+// frames for .gif. Odd sizes are padded to even ones where the codec needs them. Its sound is AAC,
+// Opus in .webm; a .gif takes none.
 class VideoWriter {
  public:
   // Starts ffmpeg; throws Error when it is missing or the name is no video name.
-  VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate);
+  VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate,
+              const Soundtrack& sound = {});
   // Without a successful Finish the file is removed: a failed rendering leaves no output.
   ~VideoWriter();
   VideoWriter(const VideoWriter&) = delete;
