@@ -271,6 +271,19 @@ TEST(VekhostRender, VideoInputsGiveTheFrameCountAndTheRate) {
   EXPECT_LT(atEnd, 14.0) << "the transition reaches B on the last frame";
   EXPECT_GT(MeanColourDifference(vek::host::ReadImage(folder / "cut_0.png"), red), 4 * atEnd) << "and starts on A";
 
+  // At ten frames a second, B's four frames last 0.4 s: longer than A's five, each shown three times.
+  ASSERT_EQ(MakeVideo("-f lavfi -i testsrc=size=48x32:rate=10 -frames:v 4", folder / "ten.mkv"), 0);
+  run = Tool("render DSP_TR_Wipe --progress 1 -a " + five + " -b " + Quoted(folder / "ten.mkv") + " -o " +
+             Quoted(folder / "retimed_%d.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_TRUE(std::filesystem::exists(folder / "retimed_4.png"));
+  EXPECT_FALSE(std::filesystem::exists(folder / "retimed_5.png"));
+  const auto retimed = [&](int k) {
+    return vek::host::ReadImage(folder / ("retimed_" + std::to_string(k) + ".png")).bytes;
+  };
+  EXPECT_EQ(retimed(0), retimed(2)) << "B's first frame lasts a tenth of a second";
+  EXPECT_NE(retimed(2), retimed(3));
+
   run = Tool("render DSP_TR_Fade -a " + five + " -o " + Quoted(folder / "one.png"));
   EXPECT_NE(run.status, 0);
   EXPECT_NE(run.err.find("5 frames"), std::string::npos) << run.err;

@@ -54,14 +54,6 @@ std::vector<std::string> SoundCodecArguments(const std::filesystem::path& path) 
   return {"-c:a", "aac", "-b:a", "192k"};
 }
 
-// "30000/1001" or "25" as frames a second.
-double RateValue(const std::string& rate) {
-  const std::size_t slash = rate.find('/');
-  const double count = std::atof(rate.substr(0, slash).c_str());
-  const double seconds = slash == std::string::npos ? 1.0 : std::atof(rate.substr(slash + 1).c_str());
-  return count > 0 && seconds > 0 ? count / seconds : std::atof(kVideoFramesPerSecond);
-}
-
 // The filter graph that takes each source's first audio stream (inputs 1 and on) to 48 kHz, gives
 // it its gain curve, cuts it where the video ends and mixes them into [sound]. Channel layouts are
 // left to ffmpeg: a clip keeps its own, and two clips are mixed in one that ffmpeg agrees on.
@@ -85,6 +77,13 @@ std::string SoundGraph(const Soundtrack& sound, double seconds) {
 
 bool IsVideoPath(const std::filesystem::path& path) {
   return !CodecArguments(path).empty();
+}
+
+double FramesPerSecond(const std::string& rate) {
+  const std::size_t slash = rate.find('/');
+  const double count = std::atof(rate.substr(0, slash).c_str());
+  const double seconds = slash == std::string::npos ? 1.0 : std::atof(rate.substr(slash + 1).c_str());
+  return count > 0 && seconds > 0 ? count / seconds : std::atof(kVideoFramesPerSecond);
 }
 
 VideoFacts ProbeVideo(const std::filesystem::path& path) {
@@ -127,11 +126,13 @@ VideoFacts ProbeVideo(const std::filesystem::path& path) {
   return facts;
 }
 
-VideoReader::VideoReader(const std::filesystem::path& path, const VideoFacts& facts, int maxFrames)
+VideoReader::VideoReader(const std::filesystem::path& path, const VideoFacts& facts, int maxFrames,
+                         const std::string& rate)
     : path_(path), facts_(facts) {
   const platform::PathString ffmpeg = FindTool("ffmpeg", "reading the video " + path.string());
   // Rotation metadata is not applied, so the frames keep the size ffprobe reported.
   std::vector<std::string> arguments = {"-v", "error", "-nostdin", "-noautorotate", "-i", Utf8(path), "-map", "0:v:0"};
+  if (!rate.empty()) arguments.insert(arguments.end(), {"-vf", "fps=" + rate});
   if (maxFrames > 0) arguments.insert(arguments.end(), {"-frames:v", std::to_string(maxFrames)});
   arguments.insert(arguments.end(), {"-f", "rawvideo", "-pix_fmt", "bgra", "-"});
   process_ = platform::OpenProcess(ffmpeg, arguments, platform::ProcessPipe::kRead);
@@ -163,7 +164,7 @@ VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int heigh
   const std::vector<std::string> soundCodec = SoundCodecArguments(path);
   if (!sound.sources.empty() && !soundCodec.empty()) {
     for (const SoundSource& source : sound.sources) arguments.insert(arguments.end(), {"-i", Utf8(source.path)});
-    const double seconds = std::max(sound.frames, 1) / RateValue(rate);
+    const double seconds = std::max(sound.frames, 1) / FramesPerSecond(rate);
     arguments.insert(arguments.end(),
                      {"-filter_complex", SoundGraph(sound, seconds), "-map", "0:v", "-map", "[sound]"});
     arguments.insert(arguments.end(), soundCodec.begin(), soundCodec.end());
@@ -217,7 +218,7 @@ FrameSource::~FrameSource() = default;
 
 const Frame& FrameSource::Next() {
   if (videoFacts_ && !started_) {
-    video_ = std::make_unique<VideoReader>(path_, *videoFacts_, frameLimit_);
+    video_ = std::make_unique<VideoReader>(path_, *videoFacts_, frameLimit_, rate_);
     if (!video_->Read(current_)) throw Error(path_.string() + " has no video frames that ffmpeg can decode");
   } else if (video_) {
     Frame next;

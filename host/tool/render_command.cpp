@@ -120,25 +120,28 @@ struct Input {
   const host::VideoFacts* Video() const { return source && source->Video() ? &*source->Video() : nullptr; }
 };
 
-// Without --frames: as many frames as the shortest video input has, so that no clip is held on its
-// last frame; one for pictures alone.
-int FramesOfVideos(const Input (&inputs)[2]) {
-  int frames = 0;
-  for (const Input& input : inputs) {
-    const host::VideoFacts* video = input.Video();
-    if (!video) continue;
-    if (video->frames < 1) throw host::Error("cannot tell how many frames " + input.file + " has; give --frames");
-    frames = frames == 0 ? video->frames : std::min(frames, video->frames);
-  }
-  return std::max(frames, 1);
-}
-
-// The first video input's rate, so that a clip keeps its speed.
+// The first video input's rate: the rendering's, so that every clip keeps its speed.
 std::string RateOfVideos(const Input (&inputs)[2]) {
   for (const Input& input : inputs) {
     if (input.Video() && !input.Video()->rate.empty()) return input.Video()->rate;
   }
   return host::kVideoFramesPerSecond;
+}
+
+// Without --frames: as many frames as the shortest video input lasts at the rendering's rate, so
+// that no clip is held on its last frame; one for pictures alone.
+int FramesOfVideos(const Input (&inputs)[2], const std::string& rate) {
+  int frames = 0;
+  for (const Input& input : inputs) {
+    const host::VideoFacts* video = input.Video();
+    if (!video) continue;
+    if (video->frames < 1) throw host::Error("cannot tell how many frames " + input.file + " has; give --frames");
+    const double seconds = video->frames / host::FramesPerSecond(video->rate);
+    // Whole frames; the nudge keeps an exact count such as 0.4 s at 25 from rounding down.
+    const int lasting = std::max(1, int(seconds * host::FramesPerSecond(rate) + 1e-6));
+    frames = frames == 0 ? lasting : std::min(frames, lasting);
+  }
+  return std::max(frames, 1);
 }
 
 // The clips' sound in a video: a one-input effect keeps its clip's; a transition cross-fades A's
@@ -182,11 +185,12 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
   for (Input& input : inputs) {
     if (!input.file.empty()) input.source = std::make_unique<host::FrameSource>(input.file);
   }
-  const int frames = request.frames > 0 ? request.frames : FramesOfVideos(inputs);
+  const std::string rate = RateOfVideos(inputs);
+  const int frames = request.frames > 0 ? request.frames : FramesOfVideos(inputs, rate);
   for (Input& input : inputs) {
-    if (input.source) input.source->LimitFrames(frames);
+    if (input.source) input.source->PlanDecoding(frames, rate);
   }
-  FrameWriter writer(request.output, frames, RateOfVideos(inputs), SoundOf(inputs, transition, heldProgress, frames));
+  FrameWriter writer(request.output, frames, rate, SoundOf(inputs, transition, heldProgress, frames));
   FrameSize size = kDefaultSize;
   if (!request.size.empty()) {
     size = ParseSize(request.size);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vekhost/frame.h"
@@ -29,6 +30,9 @@ struct VideoFacts {
   bool sound = false;  // an audio stream beside it
 };
 
+// "30000/1001" or "25" as frames a second; kVideoFramesPerSecond for a text that is neither.
+double FramesPerSecond(const std::string& rate);
+
 // Asks ffprobe, which reads the file's packets but decodes nothing. Throws Error when ffprobe is
 // missing or the file has no video stream it can read.
 VideoFacts ProbeVideo(const std::filesystem::path& path);
@@ -36,9 +40,10 @@ VideoFacts ProbeVideo(const std::filesystem::path& path);
 // The frames of a probed video file, decoded by ffmpeg.
 class VideoReader {
  public:
-  // Decodes at most maxFrames frames, every frame when maxFrames is 0. Throws Error when ffmpeg is
+  // Decodes at most maxFrames frames (every frame for 0), at `rate` frames a second when a rate is
+  // given: frames are repeated or dropped to keep the clip's timing. Throws Error when ffmpeg is
   // missing.
-  VideoReader(const std::filesystem::path& path, const VideoFacts& facts, int maxFrames);
+  VideoReader(const std::filesystem::path& path, const VideoFacts& facts, int maxFrames, const std::string& rate);
   ~VideoReader();
   VideoReader(const VideoReader&) = delete;
   VideoReader& operator=(const VideoReader&) = delete;
@@ -106,8 +111,11 @@ class FrameSource {
   int Height() const { return current_.height; }
   // The facts of a video source; empty for a picture.
   const std::optional<VideoFacts>& Video() const { return videoFacts_; }
-  // Before the first Next: a video decodes at most this many frames.
-  void LimitFrames(int frames) { frameLimit_ = frames; }
+  // Before the first Next: a video decodes at most maxFrames frames, at `rate` frames a second.
+  void PlanDecoding(int maxFrames, std::string rate) {
+    frameLimit_ = maxFrames;
+    rate_ = std::move(rate);
+  }
   // The frame for the next step of the sequence. Throws Error when a video has no frame at all.
   const Frame& Next();
 
@@ -117,6 +125,7 @@ class FrameSource {
   std::optional<VideoFacts> videoFacts_;
   std::unique_ptr<VideoReader> video_;
   int frameLimit_ = 0;
+  std::string rate_;
   bool started_ = false;
 };
 
