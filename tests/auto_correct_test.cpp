@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "effect_run.h"
@@ -119,9 +120,11 @@ TEST(Stretches, TablesFollowTheCutPointsOfTheHistograms) {
   }
 }
 
-// The vector stretch fits a 16-bit multiplier to each spread; every spread, at every input byte,
+// The vector stretches fit a 16-bit multiplier to each spread; every spread, at every input byte,
 // in every channel slot, must give the single-precision bytes. 259 pixels leave a scalar tail.
-TEST(Stretches, VectorKernelGivesTheSinglePrecisionBytesForEverySpread) {
+TEST(Stretches, VectorKernelsGiveTheSinglePrecisionBytesForEverySpread) {
+  std::vector<std::pair<const char*, vek::StretchRowFn>> forms = {{"SSE2", vek::StretchRowSse2}};
+  if (vek::Avx2KernelsUsable()) forms.emplace_back("AVX2", vek::StretchRowAvx2);
   constexpr int kPixels = 259;
   std::array<uint8_t, 4 * kPixels> source, out;
   for (int i = 0; i < kPixels; ++i) {
@@ -133,10 +136,12 @@ TEST(Stretches, VectorKernelGivesTheSinglePrecisionBytesForEverySpread) {
       const vek::Stretch stretch{low, high, 255.0f / float(high - low)};
       const vek::Stretch mirrored{255 - high, 255 - low, stretch.scale};
       const vek::Stretch channels[3] = {stretch, mirrored, stretch};
-      vek::StretchRowSse2(source.data(), out.data(), kPixels, channels);
-      for (std::size_t i = 0; i < out.size(); ++i) {
-        const uint8_t want = i % 4 == 3 ? source[i] : vek::Stretched(channels[i % 4], source[i]);
-        ASSERT_EQ(out[i], want) << "low " << low << " high " << high << " byte " << i;
+      for (const auto& [name, row] : forms) {
+        row(source.data(), out.data(), kPixels, channels);
+        for (std::size_t i = 0; i < out.size(); ++i) {
+          const uint8_t want = i % 4 == 3 ? source[i] : vek::Stretched(channels[i % 4], source[i]);
+          ASSERT_EQ(out[i], want) << name << ", low " << low << " high " << high << " byte " << i;
+        }
       }
     }
   }

@@ -126,9 +126,8 @@ void CPhoto::ApplyStretches(const vek::Stretch (&stretches)[3]) noexcept {
     LookUpChannels(tables);
     return;
   }
-  ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) {
-    vek::StretchRowSse2(source, out, pixels, stretches);
-  });
+  const vek::StretchRowFn row = vek::Avx2KernelsUsable() ? vek::StretchRowAvx2 : vek::StretchRowSse2;
+  ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) { row(source, out, pixels, stretches); });
 }
 
 // Kept on purpose: the minimum spread is 2 here against 16 for the levels stretch.

@@ -87,6 +87,9 @@ uint8_t Stretched(const Stretch& stretch, int value);
 // integer lanes with a multiplier fitted to the single-precision products, so its bytes are
 // Stretched's for every spread from 1 to 255.
 void StretchRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, const Stretch (&channels)[3]);
+// The same eight pixels at a time, where Avx2KernelsUsable().
+void StretchRowAvx2(const uint8_t* source, uint8_t* out, std::size_t pixels, const Stretch (&channels)[3]);
+using StretchRowFn = void (*)(const uint8_t*, uint8_t*, std::size_t, const Stretch (&)[3]);
 
 // The contrast mask: each colour byte o under the inverted grey g = 255 - (c0 + c1 + c2) / 3 of
 // its pixel becomes the overlay g * o / 127 (o <= 127) or g + (o - 127) * (255 - g) / 128, blended

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "video/kernels.h"
+#include "video/stretch_row.h"
 
 namespace vek {
 namespace {
@@ -71,57 +72,34 @@ void PosterizeRowArgbSse2(const uint8_t* source, uint8_t* out, std::size_t pixel
 
 namespace {
 
-// A stretch as integer steps: v - low = d gives d * whole + floor(d * fraction / 65536). The fraction
-// is the least that reproduces every single-precision product inside the spread; one exists for
-// every spread from 1 to 255.
-struct StretchSteps {
-  int whole;
-  uint32_t fraction;
-};
-
-StretchSteps FitSteps(const Stretch& stretch) {
-  StretchSteps steps{int(stretch.scale), 0};
-  for (int d = 1; d < stretch.high - stretch.low; ++d) {
-    const uint32_t rest = uint32_t(Stretched(stretch, stretch.low + d) - d * steps.whole);
-    steps.fraction = std::max(steps.fraction, (rest * 65536u + uint32_t(d) - 1) / uint32_t(d));
+struct Sse2Lanes {
+  static constexpr std::size_t kBytes = 16;
+  static __m128i Load(const uint8_t* at) { return vek::Load(at); }
+  static void Store(uint8_t* at, __m128i value) { vek::Store(at, value); }
+  // Two pixels of 16-bit lanes, in the order of their bytes.
+  static __m128i PerChannel(int c0, int c1, int c2, int alpha) {
+    return _mm_setr_epi16(int16_t(c0), int16_t(c1), int16_t(c2), int16_t(alpha), int16_t(c0), int16_t(c1), int16_t(c2),
+                          int16_t(alpha));
   }
-  return steps;
-}
+  static __m128i EveryPixel(uint32_t pixel) { return _mm_set1_epi32(int(pixel)); }
+  static __m128i WidenLow(__m128i bytes) { return _mm_unpacklo_epi8(bytes, _mm_setzero_si128()); }
+  static __m128i WidenHigh(__m128i bytes) { return _mm_unpackhi_epi8(bytes, _mm_setzero_si128()); }
+  static __m128i Pack16(__m128i low, __m128i high) { return _mm_packus_epi16(low, high); }
+  static __m128i SubtractSaturated16(__m128i a, __m128i b) { return _mm_subs_epu16(a, b); }
+  static __m128i ShiftLeft16(__m128i a, int bits) { return _mm_slli_epi16(a, bits); }
+  static __m128i ShiftRight16(__m128i a, int bits) { return _mm_srli_epi16(a, bits); }
+  static __m128i MultiplyHigh16(__m128i a, __m128i b) { return _mm_mulhi_epu16(a, b); }
+  static __m128i MultiplyLow16(__m128i a, __m128i b) { return _mm_mullo_epi16(a, b); }
+  static __m128i Add16(__m128i a, __m128i b) { return _mm_add_epi16(a, b); }
+  static __m128i Or(__m128i a, __m128i b) { return _mm_or_si128(a, b); }
+  // All ones in each byte at or above the same byte of `bound`.
+  static __m128i AtOrAbove(__m128i bytes, __m128i bound) { return _mm_cmpeq_epi8(_mm_max_epu8(bytes, bound), bytes); }
+};
 
 }  // namespace
 
-// Two pixels in 16-bit lanes. Products beyond the spread may wrap or saturate: the bytes at or above
-// `high` are forced to 255 after packing. The alpha lanes step by 1 from 0 and are forced only at
-// 255, so alpha comes out as it went in.
 void StretchRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, const Stretch (&channels)[3]) {
-  const StretchSteps steps[3] = {FitSteps(channels[0]), FitSteps(channels[1]), FitSteps(channels[2])};
-  auto lanes = [](int c0, int c1, int c2, int alpha) {
-    return _mm_setr_epi16(int16_t(c0), int16_t(c1), int16_t(c2), int16_t(alpha), int16_t(c0), int16_t(c1),
-                          int16_t(c2), int16_t(alpha));
-  };
-  const __m128i low = lanes(channels[0].low, channels[1].low, channels[2].low, 0);
-  const __m128i whole = lanes(steps[0].whole, steps[1].whole, steps[2].whole, 1);
-  const __m128i fraction = lanes(int(steps[0].fraction), int(steps[1].fraction), int(steps[2].fraction), 0);
-  const __m128i high = _mm_set1_epi32(int(uint32_t(channels[0].high) | uint32_t(channels[1].high) << 8 |
-                                          uint32_t(channels[2].high) << 16 | 0xFF000000u));
-  const __m128i zero = _mm_setzero_si128();
-  auto stretch = [&](__m128i bytes16) {
-    const __m128i d = _mm_subs_epu16(bytes16, low);
-    const __m128i below = _mm_srli_epi16(_mm_mulhi_epu16(_mm_slli_epi16(d, 8), fraction), 8);
-    return _mm_add_epi16(_mm_mullo_epi16(d, whole), below);
-  };
-  std::size_t x = 0;
-  for (; x + 4 <= pixels; x += 4) {
-    const __m128i px = Load(source + 4 * x);
-    const __m128i stretched =
-        _mm_packus_epi16(stretch(_mm_unpacklo_epi8(px, zero)), stretch(_mm_unpackhi_epi8(px, zero)));
-    const __m128i atTop = _mm_cmpeq_epi8(_mm_max_epu8(px, high), px);
-    Store(out + 4 * x, _mm_or_si128(stretched, atTop));
-  }
-  for (; x < pixels; ++x) {
-    for (int c = 0; c < 3; ++c) out[4 * x + c] = Stretched(channels[c], source[4 * x + c]);
-    out[4 * x + 3] = source[4 * x + 3];
-  }
+  stretch_row::Row<Sse2Lanes>(source, out, pixels, channels);
 }
 
 namespace {
