@@ -44,7 +44,7 @@ struct RenderRequest {
   std::string inputA;    // empty: the built-in picture A
   std::string inputB;    // empty: the built-in picture B
   std::string progress;  // empty: P1 as the value block holds it (its default unless --set gives it)
-  int frames = 0;        // 0: as many as the shortest video input has, 1 for pictures alone
+  int frames = 0;        // 0: as many as the shortest video input lasts, 1 for pictures alone
   std::string output;
   std::vector<std::string> settings;  // KEY=VALUE
   std::string size;                   // empty: the first input's size, else 640x360

@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
   renderCommand
       ->add_option("--frames", render.frames,
                    "N frames, a transition going through progress k/(N-1); default: as many as the shortest "
-                   "video input has, else one")
+                   "video input lasts, else one")
       ->check(CLI::PositiveNumber);
   renderCommand
       ->add_option("-o,--output", render.output,
