@@ -1,4 +1,5 @@
 #include "video/kernels.h"
+#include "video/stretch_row.h"
 
 #include <algorithm>
 #include <bit>
@@ -136,6 +137,19 @@ uint8_t Stretched(const Stretch& stretch, int value) {
   if (value <= stretch.low) return 0;
   return value >= stretch.high ? 255 : uint8_t(float(value - stretch.low) * stretch.scale);
 }
+
+namespace stretch_row {
+
+Steps FitSteps(const Stretch& stretch) {
+  Steps steps{int(stretch.scale), 0};
+  for (int d = 1; d < stretch.high - stretch.low; ++d) {
+    const uint32_t rest = uint32_t(Stretched(stretch, stretch.low + d) - d * steps.whole);
+    steps.fraction = std::max(steps.fraction, (rest * 65536u + uint32_t(d) - 1) / uint32_t(d));
+  }
+  return steps;
+}
+
+}  // namespace stretch_row
 
 namespace {
 

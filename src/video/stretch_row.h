@@ -1,9 +1,9 @@
 // The levels stretch's vector row for SSE2 and AVX2. Each of their files instantiates it with a lane
 // type of its own, declared in that file's anonymous namespace, so no copy compiled for one
-// instruction set can stand in for the other's.
+// instruction set can stand in for the other's; for the same reason the fitting is compiled once,
+// in the plain kernels' file.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -19,14 +19,7 @@ struct Steps {
   uint32_t fraction;
 };
 
-inline Steps FitSteps(const Stretch& stretch) {
-  Steps steps{int(stretch.scale), 0};
-  for (int d = 1; d < stretch.high - stretch.low; ++d) {
-    const uint32_t rest = uint32_t(Stretched(stretch, stretch.low + d) - d * steps.whole);
-    steps.fraction = std::max(steps.fraction, (rest * 65536u + uint32_t(d) - 1) / uint32_t(d));
-  }
-  return steps;
-}
+Steps FitSteps(const Stretch& stretch);
 
 // Pixels in 16-bit lanes, Lanes::kBytes / 4 at a time. Products beyond the spread may wrap or
 // saturate: the bytes at or above `high` are forced to 255 after packing. The alpha lanes step by 1
