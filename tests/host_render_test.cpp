@@ -320,6 +320,51 @@ TEST(VekhostRender, ClipSoundIsKeptAndCrossFaded) {
   EXPECT_LT(LoudnessOfFifth(faded, 4), 0.6 * LoudnessOfFifth(tone, 4)) << "A's sound does not fade out";
 }
 
+// --a-start and --b-start take each clip from that time on: its pictures, its sound and its length.
+TEST(VekhostRender, StartTimesPickWhereEachClipIsTaken) {
+  if (!FfmpegInstalled()) GTEST_SKIP() << "ffmpeg is not on PATH";
+  ScratchFolder folder("vek_render_start");
+  // One second at ten frames a second: red and silent, then blue with a tone, from 0.5 s on.
+  ASSERT_EQ(
+      MakeVideo("-f lavfi -i \"color=c=red:size=48x32:rate=10:d=0.5[r];color=c=blue:size=48x32:rate=10:d=0.5[b];"
+                "[r][b]concat=n=2:v=1:a=0\" -f lavfi -i \"aevalsrc='if(lt(t,0.5),0,0.5*sin(2*PI*440*t))':s=48000:d=1\" "
+                "-c:a pcm_s16le",
+                folder / "halves.mkv"),
+      0);
+  const std::string clip = Quoted(folder / "halves.mkv");
+  const Frame red(48, 32, {0, 0, 255, 255}), blue(48, 32, {255, 0, 0, 255});
+  const auto isBlue = [&](const std::string& name) {
+    const Frame frame = vek::host::ReadImage(folder / name);
+    return MeanColourDifference(frame, blue) < 14.0 && MeanColourDifference(frame, red) > 100.0;
+  };
+
+  Outcome run = Tool("render DSP_VI_FlipCanvas -a " + clip + " --a-start 0.5 -o " + Quoted(folder / "late_%d.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_TRUE(isBlue("late_0.png")) << "the clip is taken from its second half";
+  EXPECT_TRUE(std::filesystem::exists(folder / "late_4.png"));
+  EXPECT_FALSE(std::filesystem::exists(folder / "late_5.png")) << "half a second is left after the start";
+
+  run = Tool("render DSP_TR_Wipe --progress 1 -a " + clip + " -b " + clip + " --b-start 0.5 -o " +
+             Quoted(folder / "b_late_%d.png"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_TRUE(isBlue("b_late_0.png")) << "B starts where --b-start says";
+  EXPECT_FALSE(std::filesystem::exists(folder / "b_late_5.png"));
+
+  run = Tool("render DSP_TR_NoEffect -a " + clip + " --a-start 0.5 -b " + clip + " -o " + Quoted(folder / "cut.mkv"));
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<int16_t> sound = SoundOf(folder / "cut.mkv");
+  ASSERT_FALSE(sound.empty());
+  EXPECT_GT(LoudnessOfFifth(sound, 0), 0.5 * 0.5 * 32767 / std::sqrt(2.0)) << "A's sound starts with its pictures";
+
+  for (const std::string& arguments :
+       {"DSP_TR_Fade -a " + clip + " --a-start 1", std::string("DSP_TR_Fade --a-start 0.2")}) {
+    run = Tool("render " + arguments + " -o " + Quoted(folder / "refused.png"));
+    EXPECT_NE(run.status, 0) << arguments;
+    EXPECT_NE(run.err.find("--a-start"), std::string::npos) << run.err;
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder / "refused.png"));
+}
+
 #if !defined(_WIN32)
 TEST(VekhostRender, VideoWithoutFfmpegFailsWithAMessageAndNoFile) {
   ScratchFolder folder("vek_render_no_ffmpeg");

@@ -57,6 +57,15 @@ std::vector<std::string> SoundCodecArguments(const std::filesystem::path& path) 
 // The filter graph that takes each source's first audio stream (inputs 1 and on) to 48 kHz, gives
 // it its gain curve, cuts it where the video ends and mixes them into [sound]. Channel layouts are
 // left to ffmpeg: a clip keeps its own, and two clips are mixed in one that ffmpeg agrees on.
+// Seconds as ffmpeg reads them, whatever the locale.
+std::string SecondsText(double seconds) {
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text.precision(9);
+  text << seconds;
+  return text.str();
+}
+
 std::string SoundGraph(const Soundtrack& sound, double seconds) {
   std::ostringstream graph;
   graph.imbue(std::locale::classic());
@@ -126,14 +135,16 @@ VideoFacts ProbeVideo(const std::filesystem::path& path) {
   return facts;
 }
 
-VideoReader::VideoReader(const std::filesystem::path& path, const VideoFacts& facts, int maxFrames,
-                         const std::string& rate)
+VideoReader::VideoReader(const std::filesystem::path& path, const VideoFacts& facts, const DecodePlan& plan)
     : path_(path), facts_(facts) {
   const platform::PathString ffmpeg = FindTool("ffmpeg", "reading the video " + path.string());
-  // Rotation metadata is not applied, so the frames keep the size ffprobe reported.
-  std::vector<std::string> arguments = {"-v", "error", "-nostdin", "-noautorotate", "-i", Utf8(path), "-map", "0:v:0"};
-  if (!rate.empty()) arguments.insert(arguments.end(), {"-vf", "fps=" + rate});
-  if (maxFrames > 0) arguments.insert(arguments.end(), {"-frames:v", std::to_string(maxFrames)});
+  // Rotation metadata is not applied, so the frames keep the size ffprobe reported. A seek before
+  // the input decodes from the key frame before it and drops what lies before the start.
+  std::vector<std::string> arguments = {"-v", "error", "-nostdin", "-noautorotate"};
+  if (plan.startSeconds > 0) arguments.insert(arguments.end(), {"-ss", SecondsText(plan.startSeconds)});
+  arguments.insert(arguments.end(), {"-i", Utf8(path), "-map", "0:v:0"});
+  if (!plan.rate.empty()) arguments.insert(arguments.end(), {"-vf", "fps=" + plan.rate});
+  if (plan.maxFrames > 0) arguments.insert(arguments.end(), {"-frames:v", std::to_string(plan.maxFrames)});
   arguments.insert(arguments.end(), {"-f", "rawvideo", "-pix_fmt", "bgra", "-"});
   process_ = platform::OpenProcess(ffmpeg, arguments, platform::ProcessPipe::kRead);
   if (!process_) throw Error("cannot start ffmpeg for " + path.string());
@@ -163,7 +174,10 @@ VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int heigh
   if (codec.empty()) throw Error(path.string() + " is not a video name (.mp4, .mov, .mkv, .gif, .webm)");
   const std::vector<std::string> soundCodec = SoundCodecArguments(path);
   if (!sound.sources.empty() && !soundCodec.empty()) {
-    for (const SoundSource& source : sound.sources) arguments.insert(arguments.end(), {"-i", Utf8(source.path)});
+    for (const SoundSource& source : sound.sources) {
+      if (source.startSeconds > 0) arguments.insert(arguments.end(), {"-ss", SecondsText(source.startSeconds)});
+      arguments.insert(arguments.end(), {"-i", Utf8(source.path)});
+    }
     const double seconds = std::max(sound.frames, 1) / FramesPerSecond(rate);
     arguments.insert(arguments.end(),
                      {"-filter_complex", SoundGraph(sound, seconds), "-map", "0:v", "-map", "[sound]"});
@@ -218,7 +232,7 @@ FrameSource::~FrameSource() = default;
 
 const Frame& FrameSource::Next() {
   if (videoFacts_ && !started_) {
-    video_ = std::make_unique<VideoReader>(path_, *videoFacts_, frameLimit_, rate_);
+    video_ = std::make_unique<VideoReader>(path_, *videoFacts_, plan_);
     if (!video_->Read(current_)) throw Error(path_.string() + " has no video frames that ffmpeg can decode");
   } else if (video_) {
     Frame next;

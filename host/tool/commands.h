@@ -45,6 +45,8 @@ struct RenderRequest {
   std::string inputB;    // empty: the built-in picture B
   std::string progress;  // empty: P1 as the value block holds it (its default unless --set gives it)
   int frames = 0;        // 0: as many as the shortest video input lasts, 1 for pictures alone
+  double startA = 0.0;   // seconds into a video -a where the rendering starts
+  double startB = 0.0;
   std::string output;
   std::vector<std::string> settings;  // KEY=VALUE
   std::string size;                   // empty: the first input's size, else 640x360

@@ -53,12 +53,16 @@ int main(int argc, char** argv) {
   renderCommand->add_option("EFFECT", render.classId, "Class id, e.g. DSP_TR_Fade")->required();
   renderCommand->add_option("-a", render.inputA, "Input A: PNG, JPEG or a video; default: the built-in picture A");
   renderCommand->add_option("-b", render.inputB, "Input B of a transition: as -a; default: the built-in picture B");
+  renderCommand->add_option("--a-start", render.startA, "Seconds into a video -a where the rendering starts; default 0")
+      ->check(CLI::NonNegativeNumber);
+  renderCommand->add_option("--b-start", render.startB, "Seconds into a video -b where the rendering starts; default 0")
+      ->check(CLI::NonNegativeNumber);
   renderCommand->add_option("--progress", render.progress,
                             "A transition at this progress (0..1) in every frame; default: P1's default");
   renderCommand
       ->add_option("--frames", render.frames,
                    "N frames, a transition going through progress k/(N-1); default: as many as the shortest "
-                   "video input lasts, else one")
+                   "video input lasts from its start, else one")
       ->check(CLI::PositiveNumber);
   renderCommand
       ->add_option("-o,--output", render.output,

@@ -1,10 +1,12 @@
 // vekhost render: one effect on pictures or videos, written as PNG files or as a video.
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cmath>
 #include <iomanip>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <utility>
 #include <variant>
 
@@ -108,6 +110,7 @@ class FrameWriter {
 struct Input {
   char letter;
   std::string file;  // empty for a built-in picture
+  double start;      // seconds into a video where the rendering starts
   std::unique_ptr<host::FrameSource> source;
   host::Frame resized;
 
@@ -128,15 +131,35 @@ std::string RateOfVideos(const Input (&inputs)[2]) {
   return host::kVideoFramesPerSecond;
 }
 
-// Without --frames: as many frames as the shortest video input lasts at the rendering's rate, so
-// that no clip is held on its last frame; one for pictures alone.
+double LengthInSeconds(const host::VideoFacts& video) {
+  return video.frames / host::FramesPerSecond(video.rate);
+}
+
+// A start is a time inside a video input.
+void CheckStart(const Input& input) {
+  if (input.start <= 0) return;
+  const std::string option = std::string("--") + char(std::tolower(input.letter)) + "-start";
+  if (!input.Video()) {
+    throw host::Error(option + " is a time in a video; input " + input.letter + " is " +
+                      (input.file.empty() ? "the built-in picture" : "the picture " + input.file));
+  }
+  if (input.Video()->frames > 0 && input.start >= LengthInSeconds(*input.Video())) {
+    std::ostringstream length;
+    length.imbue(std::locale::classic());
+    length << std::fixed << std::setprecision(2) << LengthInSeconds(*input.Video());
+    throw host::Error(option + " is past the end of " + input.file + ", which lasts " + length.str() + " s");
+  }
+}
+
+// Without --frames: as many frames as the shortest video input lasts from its start, at the
+// rendering's rate, so that no clip is held on its last frame; one for pictures alone.
 int FramesOfVideos(const Input (&inputs)[2], const std::string& rate) {
   int frames = 0;
   for (const Input& input : inputs) {
     const host::VideoFacts* video = input.Video();
     if (!video) continue;
     if (video->frames < 1) throw host::Error("cannot tell how many frames " + input.file + " has; give --frames");
-    const double seconds = video->frames / host::FramesPerSecond(video->rate);
+    const double seconds = LengthInSeconds(*video) - input.start;
     // Whole frames; the nudge keeps an exact count such as 0.4 s at 25 from rounding down.
     const int lasting = std::max(1, int(seconds * host::FramesPerSecond(rate) + 1e-6));
     frames = frames == 0 ? lasting : std::min(frames, lasting);
@@ -150,7 +173,7 @@ host::Soundtrack SoundOf(const Input (&inputs)[2], bool transition, std::optiona
   host::Soundtrack sound{frames, {}};
   for (const Input& input : inputs) {
     if (!input.Video() || !input.Video()->sound) continue;
-    host::SoundSource source{input.file};
+    host::SoundSource source{.path = input.file, .startSeconds = input.start};
     if (transition) {
       const auto gain = [&](float progress) { return std::sqrt(input.letter == 'A' ? 1.0f - progress : progress); };
       source.startGain = gain(heldProgress.value_or(0.0f));
@@ -181,14 +204,17 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
     heldProgress = std::get<float>(host::ParseValue(effect.params.front(), request.progress));
   }
 
-  Input inputs[2] = {{'A', request.inputA, nullptr, {}}, {'B', twoInputs ? request.inputB : "", nullptr, {}}};
+  if (request.startB > 0 && !twoInputs) throw host::Error(effect.classId + " takes one input; --b-start has no use");
+  Input inputs[2] = {{'A', request.inputA, request.startA, nullptr, {}},
+                     {'B', twoInputs ? request.inputB : "", request.startB, nullptr, {}}};
   for (Input& input : inputs) {
     if (!input.file.empty()) input.source = std::make_unique<host::FrameSource>(input.file);
+    CheckStart(input);
   }
   const std::string rate = RateOfVideos(inputs);
   const int frames = request.frames > 0 ? request.frames : FramesOfVideos(inputs, rate);
   for (Input& input : inputs) {
-    if (input.source) input.source->PlanDecoding(frames, rate);
+    if (input.source) input.source->PlanDecoding({frames, rate, input.start});
   }
   FrameWriter writer(request.output, frames, rate, SoundOf(inputs, transition, heldProgress, frames));
   FrameSize size = kDefaultSize;

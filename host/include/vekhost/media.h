@@ -37,13 +37,19 @@ double FramesPerSecond(const std::string& rate);
 // missing or the file has no video stream it can read.
 VideoFacts ProbeVideo(const std::filesystem::path& path);
 
+// How much of a video is decoded, and at which rate.
+struct DecodePlan {
+  int maxFrames = 0;          // 0: every frame
+  std::string rate;           // frames a second; empty: the video's own frames
+  double startSeconds = 0.0;  // where decoding starts in the video
+};
+
 // The frames of a probed video file, decoded by ffmpeg.
 class VideoReader {
  public:
-  // Decodes at most maxFrames frames (every frame for 0), at `rate` frames a second when a rate is
-  // given: frames are repeated or dropped to keep the clip's timing. Throws Error when ffmpeg is
-  // missing.
-  VideoReader(const std::filesystem::path& path, const VideoFacts& facts, int maxFrames, const std::string& rate);
+  // Decodes the frames the plan asks for. At a given rate, frames are repeated or dropped to keep
+  // the clip's timing. Throws Error when ffmpeg is missing.
+  VideoReader(const std::filesystem::path& path, const VideoFacts& facts, const DecodePlan& plan);
   ~VideoReader();
   VideoReader(const VideoReader&) = delete;
   VideoReader& operator=(const VideoReader&) = delete;
@@ -64,6 +70,7 @@ struct SoundSource {
   std::filesystem::path path;
   float startGain = 1.0f;
   float endGain = 1.0f;
+  double startSeconds = 0.0;  // where the sound starts in the file, as its clip's pictures do
 };
 
 // The sound of a written video of `frames` frames: its sources mixed, and cut where the video ends.
@@ -111,11 +118,8 @@ class FrameSource {
   int Height() const { return current_.height; }
   // The facts of a video source; empty for a picture.
   const std::optional<VideoFacts>& Video() const { return videoFacts_; }
-  // Before the first Next: a video decodes at most maxFrames frames, at `rate` frames a second.
-  void PlanDecoding(int maxFrames, std::string rate) {
-    frameLimit_ = maxFrames;
-    rate_ = std::move(rate);
-  }
+  // Before the first Next: what of a video is decoded.
+  void PlanDecoding(DecodePlan plan) { plan_ = std::move(plan); }
   // The frame for the next step of the sequence. Throws Error when a video has no frame at all.
   const Frame& Next();
 
@@ -124,8 +128,7 @@ class FrameSource {
   Frame current_;  // black at the video's size until the first Next
   std::optional<VideoFacts> videoFacts_;
   std::unique_ptr<VideoReader> video_;
-  int frameLimit_ = 0;
-  std::string rate_;
+  DecodePlan plan_;
   bool started_ = false;
 };
 
