@@ -95,13 +95,13 @@ double FramesPerSecond(const std::string& rate) {
   return count > 0 && seconds > 0 ? count / seconds : std::atof(kVideoFramesPerSecond);
 }
 
-VideoFacts ProbeVideo(const std::filesystem::path& path) {
+VideoFacts ProbeVideo(const std::filesystem::path& path, FrameCount count) {
   const platform::PathString ffprobe = FindTool("ffprobe", "reading the video " + path.string());
-  std::FILE* probe =
-      platform::OpenProcess(ffprobe,
-                            {"-v", "error", "-count_packets", "-show_entries",
-                             "stream=codec_type,width,height,avg_frame_rate,r_frame_rate,nb_read_packets", Utf8(path)},
-                            platform::ProcessPipe::kRead);
+  std::vector<std::string> arguments = {"-v", "error", "-show_entries",
+                                        "stream=codec_type,width,height,avg_frame_rate,r_frame_rate,nb_read_packets"};
+  if (count == FrameCount::kCounted) arguments.push_back("-count_packets");
+  arguments.push_back(Utf8(path));
+  std::FILE* probe = platform::OpenProcess(ffprobe, arguments, platform::ProcessPipe::kRead);
   if (!probe) throw Error("cannot start ffprobe for " + path.string());
   // One [STREAM] section of "key=value" lines a stream; the first video stream is the one read.
   VideoFacts facts;
@@ -217,13 +217,13 @@ void VideoWriter::Finish() {
 
 FrameSource::FrameSource(Frame still) : current_(std::move(still)) {}
 
-FrameSource::FrameSource(const std::filesystem::path& path) : path_(path) {
+FrameSource::FrameSource(const std::filesystem::path& path, FrameCount count) : path_(path) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) throw Error("no such file: " + path.string());
   if (IsImageFile(path)) {
     current_ = ReadImage(path);
   } else {
-    videoFacts_ = ProbeVideo(path);
+    videoFacts_ = ProbeVideo(path, count);
     current_ = Frame(videoFacts_->width, videoFacts_->height);
   }
 }
@@ -233,7 +233,10 @@ FrameSource::~FrameSource() = default;
 const Frame& FrameSource::Next() {
   if (videoFacts_ && !started_) {
     video_ = std::make_unique<VideoReader>(path_, *videoFacts_, plan_);
-    if (!video_->Read(current_)) throw Error(path_.string() + " has no video frames that ffmpeg can decode");
+    if (!video_->Read(current_)) {
+      throw Error(path_.string() + " has no video frames that ffmpeg can decode" +
+                  (plan_.startSeconds > 0 ? " from " + SecondsText(plan_.startSeconds) + " s on" : ""));
+    }
   } else if (video_) {
     Frame next;
     if (video_->Read(next)) {

@@ -208,7 +208,9 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
   Input inputs[2] = {{'A', request.inputA, request.startA, nullptr, {}},
                      {'B', twoInputs ? request.inputB : "", request.startB, nullptr, {}}};
   for (Input& input : inputs) {
-    if (!input.file.empty()) input.source = std::make_unique<host::FrameSource>(input.file);
+    // With --frames given, a clip's length is not needed.
+    const host::FrameCount count = request.frames > 0 ? host::FrameCount::kNotNeeded : host::FrameCount::kCounted;
+    if (!input.file.empty()) input.source = std::make_unique<host::FrameSource>(input.file, count);
     CheckStart(input);
   }
   const std::string rate = RateOfVideos(inputs);

@@ -25,7 +25,7 @@ bool IsVideoPath(const std::filesystem::path& path);
 struct VideoFacts {
   int width = 0;
   int height = 0;
-  int frames = 0;      // its packets, one a frame; 0 when ffprobe could not count them
+  int frames = 0;      // its packets, one a frame; 0 when not counted or ffprobe could not count them
   std::string rate;    // frames a second as ffprobe gives it, e.g. "30000/1001"; empty when unknown
   bool sound = false;  // an audio stream beside it
 };
@@ -33,9 +33,13 @@ struct VideoFacts {
 // "30000/1001" or "25" as frames a second; kVideoFramesPerSecond for a text that is neither.
 double FramesPerSecond(const std::string& rate);
 
-// Asks ffprobe, which reads the file's packets but decodes nothing. Throws Error when ffprobe is
-// missing or the file has no video stream it can read.
-VideoFacts ProbeVideo(const std::filesystem::path& path);
+// Whether a probe counts the frames: ffprobe then reads the whole file, which takes a while for a
+// long one.
+enum class FrameCount { kCounted, kNotNeeded };
+
+// Asks ffprobe, which decodes nothing. Throws Error when ffprobe is missing or the file has no
+// video stream it can read.
+VideoFacts ProbeVideo(const std::filesystem::path& path, FrameCount count = FrameCount::kCounted);
 
 // How much of a video is decoded, and at which rate.
 struct DecodePlan {
@@ -111,7 +115,7 @@ class FrameSource {
   explicit FrameSource(Frame still);
   // A PNG or JPEG file (told by its first bytes) is read; a video is probed, and decoded from the
   // first Next on. Throws Error for a missing or unreadable file.
-  explicit FrameSource(const std::filesystem::path& path);
+  explicit FrameSource(const std::filesystem::path& path, FrameCount count = FrameCount::kCounted);
   ~FrameSource();
 
   int Width() const { return current_.width; }
