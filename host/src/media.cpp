@@ -54,9 +54,6 @@ std::vector<std::string> SoundCodecArguments(const std::filesystem::path& path) 
   return {"-c:a", "aac", "-b:a", "192k"};
 }
 
-// The filter graph that takes each source's first audio stream (inputs 1 and on) to 48 kHz, gives
-// it its gain curve, cuts it where the video ends and mixes them into [sound]. Channel layouts are
-// left to ffmpeg: a clip keeps its own, and two clips are mixed in one that ffmpeg agrees on.
 // Seconds as ffmpeg reads them, whatever the locale.
 std::string SecondsText(double seconds) {
   std::ostringstream text;
@@ -66,6 +63,9 @@ std::string SecondsText(double seconds) {
   return text.str();
 }
 
+// The filter graph that takes each source's first audio stream (inputs 1 and on) to 48 kHz, gives
+// it its gain curve, cuts it where the video ends and mixes them into [sound]. Channel layouts are
+// left to ffmpeg: a clip keeps its own, and two clips are mixed in one that ffmpeg agrees on.
 std::string SoundGraph(const Soundtrack& sound, double seconds) {
   std::ostringstream graph;
   graph.imbue(std::locale::classic());

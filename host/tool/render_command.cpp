@@ -207,9 +207,9 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
   if (request.startB > 0 && !twoInputs) throw host::Error(effect.classId + " takes one input; --b-start has no use");
   Input inputs[2] = {{'A', request.inputA, request.startA, nullptr, {}},
                      {'B', twoInputs ? request.inputB : "", request.startB, nullptr, {}}};
+  // With --frames given, a clip's length is not needed.
+  const host::FrameCount count = request.frames > 0 ? host::FrameCount::kNotNeeded : host::FrameCount::kCounted;
   for (Input& input : inputs) {
-    // With --frames given, a clip's length is not needed.
-    const host::FrameCount count = request.frames > 0 ? host::FrameCount::kNotNeeded : host::FrameCount::kCounted;
     if (!input.file.empty()) input.source = std::make_unique<host::FrameSource>(input.file, count);
     CheckStart(input);
   }
