@@ -141,6 +141,27 @@ TEST(VekhostRender, FieldRenderWritesItsRowsAndLeavesTheOthersBlackAndTransparen
   }
 }
 
+// An interlaced frame holds two fields rendered at their own moments: progress j/3 for the fields
+// j = 0 to 3 of two frames, the top or the bottom field first.
+TEST(VekhostRender, InterlacedFramesTakeEachFieldAtItsOwnProgress) {
+  ScratchFolder folder("vek_render_interlace");
+  const Frame a = BuiltIn(Picture::kA), b = BuiltIn(Picture::kB);
+  for (const std::string order : {"top", "bottom"}) {
+    const Outcome run =
+        Tool("render DSP_TR_Fade --frames 2 --interlace " + order + kSize + "-o " + Quoted(folder / "i_%d.png"));
+    ASSERT_EQ(run.status, 0) << run.err;
+    for (int k = 0; k < 2; ++k) {
+      const Frame frame = vek::host::ReadImage(folder / ("i_" + std::to_string(k) + ".png"));
+      int wrongRows = 0;
+      for (int y = 0; y < kHeight; ++y) {
+        const int moment = 2 * k + ((y % 2 == 0) == (order == "top") ? 0 : 1);
+        wrongRows += !RowIs(frame, y, Fade(a, b, float(moment) / 3.0f));
+      }
+      EXPECT_EQ(wrongRows, 0) << order << " field first, frame " << k;
+    }
+  }
+}
+
 TEST(VekhostRender, SignedOffsetChoosesTheFlipsOffsetModeAndAmount) {
   ScratchFolder folder("vek_render_offset");
   const Frame a = BuiltIn(Picture::kA), b = BuiltIn(Picture::kB);
@@ -363,6 +384,27 @@ TEST(VekhostRender, StartTimesPickWhereEachClipIsTaken) {
     EXPECT_NE(run.err.find("--a-start"), std::string::npos) << run.err;
   }
   EXPECT_FALSE(std::filesystem::exists(folder / "refused.png"));
+}
+
+// An interlaced clip is rendered in its own field order unless --interlace says otherwise, and the
+// video written is coded and marked that way.
+TEST(VekhostRender, InterlacedClipsKeepTheirFieldOrder) {
+  if (!FfmpegInstalled()) GTEST_SKIP() << "ffmpeg is not on PATH";
+  using vek::host::FieldOrder;
+  ScratchFolder folder("vek_render_field_order");
+  ASSERT_EQ(MakeVideo("-f lavfi -i testsrc=size=48x32:rate=25 -frames:v 3 -c:v libx264 -flags +ilme+ildct -top 0",
+                      folder / "bottom.mp4"),
+            0);
+  const std::string clip = Quoted(folder / "bottom.mp4");
+  const auto orderOf = [&](const std::string& arguments, const std::string& name) {
+    const Outcome run = Tool("render " + arguments + " -o " + Quoted(folder / name));
+    EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
+    return run.status == 0 ? vek::host::ProbeVideo(folder / name).fieldOrder : FieldOrder::kProgressive;
+  };
+  EXPECT_EQ(vek::host::ProbeVideo(folder / "bottom.mp4").fieldOrder, FieldOrder::kBottomFirst);
+  EXPECT_EQ(orderOf("DSP_VI_FlipCanvas -a " + clip, "kept.mp4"), FieldOrder::kBottomFirst);
+  EXPECT_EQ(orderOf("DSP_VI_FlipCanvas -a " + clip + " --interlace none", "whole.mp4"), FieldOrder::kProgressive);
+  EXPECT_EQ(orderOf("DSP_TR_Fade --frames 2 --interlace top", "top.mkv"), FieldOrder::kTopFirst);
 }
 
 #if !defined(_WIN32)

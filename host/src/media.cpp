@@ -46,6 +46,13 @@ std::vector<std::string> CodecArguments(const std::filesystem::path& path) {
   return {};
 }
 
+// H.264 coded as fields, marked top or bottom first; nothing for other codecs or whole frames.
+std::vector<std::string> FieldArguments(const std::vector<std::string>& codec, FieldOrder order) {
+  if (order == FieldOrder::kProgressive || std::find(codec.begin(), codec.end(), "libx264") == codec.end()) return {};
+  const bool top = order == FieldOrder::kTopFirst;
+  return {"-flags", "+ilme+ildct", "-top", top ? "1" : "0", "-field_order", top ? "tt" : "bb"};
+}
+
 // The sound codec for a video name; empty for a name whose format takes no sound.
 std::vector<std::string> SoundCodecArguments(const std::filesystem::path& path) {
   const std::string extension = Lower(path.extension().string());
@@ -82,6 +89,43 @@ std::string SoundGraph(const Soundtrack& sound, double seconds) {
   return graph.str();
 }
 
+// ffprobe's report on a file as its sections ([STREAM], [FRAME] ...) of "key=value" lines, in
+// order; empty when ffprobe failed.
+using ProbeSection = std::map<std::string, std::string>;
+std::vector<ProbeSection> ProbeSections(const std::filesystem::path& path, std::vector<std::string> arguments) {
+  const platform::PathString ffprobe = FindTool("ffprobe", "reading the video " + path.string());
+  arguments.insert(arguments.begin(), {"-v", "error"});
+  arguments.push_back(Utf8(path));
+  std::FILE* probe = platform::OpenProcess(ffprobe, arguments, platform::ProcessPipe::kRead);
+  if (!probe) throw Error("cannot start ffprobe for " + path.string());
+  std::vector<ProbeSection> sections;
+  ProbeSection section;
+  char buffer[256];
+  while (std::fgets(buffer, sizeof buffer, probe)) {
+    const std::string line(Trim(buffer));
+    const std::size_t equals = line.find('=');
+    if (equals != std::string::npos) section[line.substr(0, equals)] = line.substr(equals + 1);
+    if (line == "[/STREAM]" || line == "[/FRAME]") sections.push_back(std::move(section)), section.clear();
+  }
+  if (platform::CloseProcess(probe) != 0) sections.clear();
+  return sections;
+}
+
+// How the first frame is scanned, as its decoder tells: containers' own marks are often missing,
+// and ffprobe guesses top first for an unmarked H.264 stream in .mp4.
+FieldOrder FirstFrameFieldOrder(const std::filesystem::path& path) {
+  const std::vector<ProbeSection> frames = ProbeSections(
+      path,
+      {"-select_streams", "v:0", "-read_intervals", "%+#1", "-show_entries", "frame=interlaced_frame,top_field_first"});
+  if (frames.empty()) return FieldOrder::kProgressive;
+  const auto said = [&](const char* key) {
+    const auto found = frames.front().find(key);
+    return found != frames.front().end() && found->second == "1";
+  };
+  if (!said("interlaced_frame")) return FieldOrder::kProgressive;
+  return said("top_field_first") ? FieldOrder::kTopFirst : FieldOrder::kBottomFirst;
+}
+
 }  // namespace
 
 bool IsVideoPath(const std::filesystem::path& path) {
@@ -96,42 +140,28 @@ double FramesPerSecond(const std::string& rate) {
 }
 
 VideoFacts ProbeVideo(const std::filesystem::path& path, FrameCount count) {
-  const platform::PathString ffprobe = FindTool("ffprobe", "reading the video " + path.string());
-  std::vector<std::string> arguments = {"-v", "error", "-show_entries",
+  std::vector<std::string> arguments = {"-show_entries",
                                         "stream=codec_type,width,height,avg_frame_rate,r_frame_rate,nb_read_packets"};
   if (count == FrameCount::kCounted) arguments.push_back("-count_packets");
-  arguments.push_back(Utf8(path));
-  std::FILE* probe = platform::OpenProcess(ffprobe, arguments, platform::ProcessPipe::kRead);
-  if (!probe) throw Error("cannot start ffprobe for " + path.string());
-  // One [STREAM] section of "key=value" lines a stream; the first video stream is the one read.
   VideoFacts facts;
   bool video = false;
-  std::map<std::string, std::string> stream;
-  char buffer[256];
-  while (std::fgets(buffer, sizeof buffer, probe)) {
-    const std::string line(Trim(buffer));
-    const std::size_t equals = line.find('=');
-    if (equals != std::string::npos) stream[line.substr(0, equals)] = line.substr(equals + 1);
-    if (line != "[/STREAM]") continue;
+  for (ProbeSection& stream : ProbeSections(path, arguments)) {
     if (stream["codec_type"] == "audio") facts.sound = true;
-    if (stream["codec_type"] == "video" && !video) {
-      video = true;
-      facts.width = std::atoi(stream["width"].c_str());
-      facts.height = std::atoi(stream["height"].c_str());
-      facts.frames = std::max(0, std::atoi(stream["nb_read_packets"].c_str()));
-      // The average keeps a variable-rate video's length; "0/0" is ffprobe's word for a rate it
-      // does not know.
-      for (const char* key : {"avg_frame_rate", "r_frame_rate"}) {
-        if (facts.rate.empty() && std::atoi(stream[key].c_str()) > 0) facts.rate = stream[key];
-      }
+    if (stream["codec_type"] != "video" || video) continue;  // the first video stream is the one read
+    video = true;
+    facts.width = std::atoi(stream["width"].c_str());
+    facts.height = std::atoi(stream["height"].c_str());
+    facts.frames = std::max(0, std::atoi(stream["nb_read_packets"].c_str()));
+    // The average keeps a variable-rate video's length; "0/0" is ffprobe's word for a rate it does
+    // not know.
+    for (const char* key : {"avg_frame_rate", "r_frame_rate"}) {
+      if (facts.rate.empty() && std::atoi(stream[key].c_str()) > 0) facts.rate = stream[key];
     }
-    stream.clear();
   }
-  const int status = platform::CloseProcess(probe);
-  if (status != 0 || !video || facts.width < 1 || facts.height < 1 || facts.width > kMaxFrameSide ||
-      facts.height > kMaxFrameSide) {
+  if (!video || facts.width < 1 || facts.height < 1 || facts.width > kMaxFrameSide || facts.height > kMaxFrameSide) {
     throw Error(path.string() + " is neither a PNG or JPEG picture nor a video that ffmpeg can read");
   }
+  facts.fieldOrder = FirstFrameFieldOrder(path);
   return facts;
 }
 
@@ -166,7 +196,7 @@ bool VideoReader::Read(Frame& frame) {
 }
 
 VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate,
-                         const Soundtrack& sound)
+                         const Soundtrack& sound, FieldOrder order)
     : path_(path), width_(width), height_(height) {
   std::vector<std::string> arguments = {
       "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "bgra", "-s", SizeText(width, height), "-r", rate, "-i", "-"};
@@ -184,6 +214,8 @@ VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int heigh
     arguments.insert(arguments.end(), soundCodec.begin(), soundCodec.end());
   }
   arguments.insert(arguments.end(), codec.begin(), codec.end());
+  const std::vector<std::string> fields = FieldArguments(codec, order);
+  arguments.insert(arguments.end(), fields.begin(), fields.end());
   arguments.push_back(Utf8(path));
   process_ = platform::OpenProcess(FindTool("ffmpeg", "writing the video " + path.string()), arguments,
                                    platform::ProcessPipe::kWrite);

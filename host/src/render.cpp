@@ -56,6 +56,10 @@ void Renderer::SetProgress(float progress) {
   instance_.Set(row, Value(progress));
 }
 
+void Renderer::SetFieldMode(int32_t fieldMode) {
+  instance_.Record().fieldMode = fieldMode;
+}
+
 void Renderer::SetInputs(const Frame& a, const Frame& b) {
   const int count = effect_.inputs >= 2 ? 2 : 1;
   const Frame* given[2] = {&a, &b};

@@ -47,6 +47,7 @@ struct RenderRequest {
   int frames = 0;        // 0: as many as the shortest video input lasts, 1 for pictures alone
   double startA = 0.0;   // seconds into a video -a where the rendering starts
   double startB = 0.0;
+  std::string interlace;  // "top" or "bottom" field first, or "none"; "": as the first video input
   std::string output;
   std::vector<std::string> settings;  // KEY=VALUE
   std::string size;                   // empty: the first input's size, else 640x360

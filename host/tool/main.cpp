@@ -78,6 +78,11 @@ int main(int argc, char** argv) {
                    "Frame layout: argb, or ayuv (colourLayout 1, converted in and out)")
       ->check(CLI::IsMember({"argb", "ayuv"}));
   renderCommand->add_option("--seed", render.setup.seed, "randomSeed of the instance");
+  renderCommand
+      ->add_option("--interlace", render.interlace,
+                   "Each frame as two fields at two moments of a transition, top (even rows) or bottom first, "
+                   "or none; default: as the first video input, else none")
+      ->check(CLI::IsMember({"top", "bottom", "none"}));
   AddSetupOptions(renderCommand, render.setup);
 
   vek::tool::AudioRequest audio;

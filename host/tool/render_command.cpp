@@ -59,8 +59,12 @@ NumberedName NameForFrame(std::string_view pattern, int index) {
 // failed rendering leaves no output.
 class FrameWriter {
  public:
-  FrameWriter(const std::string& output, int frames, std::string rate, host::Soundtrack sound)
-      : output_(output), rate_(std::move(rate)), sound_(std::move(sound)), isVideo_(host::IsVideoPath(output)) {
+  FrameWriter(const std::string& output, int frames, std::string rate, host::Soundtrack sound, host::FieldOrder order)
+      : output_(output),
+        rate_(std::move(rate)),
+        sound_(std::move(sound)),
+        order_(order),
+        isVideo_(host::IsVideoPath(output)) {
     if (isVideo_) return;
     if (!host::IsPngPath(output)) {
       throw host::Error("cannot write \"" + output +
@@ -85,7 +89,9 @@ class FrameWriter {
 
   void Write(const host::Frame& frame, int index) {
     if (isVideo_) {
-      if (!video_) video_ = std::make_unique<host::VideoWriter>(output_, frame.width, frame.height, rate_, sound_);
+      if (!video_) {
+        video_ = std::make_unique<host::VideoWriter>(output_, frame.width, frame.height, rate_, sound_, order_);
+      }
       video_->Write(frame);
       return;
     }
@@ -101,6 +107,7 @@ class FrameWriter {
   std::string output_;
   std::string rate_;
   host::Soundtrack sound_;
+  host::FieldOrder order_;
   bool isVideo_;
   std::unique_ptr<host::VideoWriter> video_;
   std::vector<std::filesystem::path> written_;
@@ -122,6 +129,17 @@ struct Input {
   }
   const host::VideoFacts* Video() const { return source && source->Video() ? &*source->Video() : nullptr; }
 };
+
+// Interlaced as --interlace says, else as the first video input is, unless one field is rendered.
+host::FieldOrder FieldOrderOf(const RenderRequest& request, const Input (&inputs)[2]) {
+  if (request.interlace == "top") return host::FieldOrder::kTopFirst;
+  if (request.interlace == "bottom") return host::FieldOrder::kBottomFirst;
+  if (!request.interlace.empty() || !request.setup.field.empty()) return host::FieldOrder::kProgressive;
+  for (const Input& input : inputs) {
+    if (input.Video()) return input.Video()->fieldOrder;
+  }
+  return host::FieldOrder::kProgressive;
+}
 
 // The first video input's rate: the rendering's, so that every clip keeps its speed.
 std::string RateOfVideos(const Input (&inputs)[2]) {
@@ -213,12 +231,16 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
     if (!input.file.empty()) input.source = std::make_unique<host::FrameSource>(input.file, count);
     CheckStart(input);
   }
+  if (!request.interlace.empty() && request.interlace != "none" && !request.setup.field.empty()) {
+    throw host::Error("--interlace renders both fields; leave out --field");
+  }
+  const host::FieldOrder order = FieldOrderOf(request, inputs);
   const std::string rate = RateOfVideos(inputs);
   const int frames = request.frames > 0 ? request.frames : FramesOfVideos(inputs, rate);
   for (Input& input : inputs) {
     if (input.source) input.source->PlanDecoding({frames, rate, input.start});
   }
-  FrameWriter writer(request.output, frames, rate, SoundOf(inputs, transition, heldProgress, frames));
+  FrameWriter writer(request.output, frames, rate, SoundOf(inputs, transition, heldProgress, frames), order);
   FrameSize size = kDefaultSize;
   if (!request.size.empty()) {
     size = ParseSize(request.size);
@@ -247,11 +269,24 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
   const auto start = std::chrono::steady_clock::now();
   {
     ProgressBar bar("rendering " + effect.classId, frames);
+    // An interlaced frame is two renders into one output, each field at its own moment: the
+    // transition goes through progress j/(2N-1) over the 2N fields of N frames.
+    const bool interlaced = order != host::FieldOrder::kProgressive,
+               bottomFirst = order == host::FieldOrder::kBottomFirst;
+    const int32_t fieldsInOrder[2] = {bottomFirst ? VEK_FIELD_ODD : VEK_FIELD_EVEN,
+                                      bottomFirst ? VEK_FIELD_EVEN : VEK_FIELD_ODD};
+    const int renders = interlaced ? 2 : 1, moments = frames * renders;
     for (int k = 0; k < frames; ++k) {
-      if (transition && !heldProgress && frames > 1) renderer.SetProgress(float(k) / float(frames - 1));
       const host::Frame& a = inputs[0].Next(size);
       const host::Frame& b = twoInputs ? inputs[1].Next(size) : a;
-      writer.Write(renderer.Render(a, b), k);
+      renderer.SetInputs(a, b);
+      for (int field = 0; field < renders; ++field) {
+        if (interlaced) renderer.SetFieldMode(fieldsInOrder[field]);
+        const int moment = k * renders + field;
+        if (transition && !heldProgress && frames > 1) renderer.SetProgress(float(moment) / float(moments - 1));
+        renderer.Process();
+      }
+      writer.Write(renderer.Output(), k);
       bar.Step();
     }
     writer.Finish();

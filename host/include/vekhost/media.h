@@ -21,6 +21,10 @@ inline constexpr const char* kVideoFramesPerSecond = "25";
 // Names ending .mp4, .mov, .mkv, .gif or .webm, in any case.
 bool IsVideoPath(const std::filesystem::path& path);
 
+// How a video's frames are scanned: whole, or as two fields of alternate rows taken at two moments,
+// the top field (rows 0, 2, 4 ...) or the bottom one first.
+enum class FieldOrder { kProgressive, kTopFirst, kBottomFirst };
+
 // What ffprobe reports of a video's first video stream, and whether the file has sound.
 struct VideoFacts {
   int width = 0;
@@ -28,6 +32,7 @@ struct VideoFacts {
   int frames = 0;      // its packets, one a frame; 0 when not counted or ffprobe could not count them
   std::string rate;    // frames a second as ffprobe gives it, e.g. "30000/1001"; empty when unknown
   bool sound = false;  // an audio stream beside it
+  FieldOrder fieldOrder = FieldOrder::kProgressive;  // as shown; progressive also when not marked
 };
 
 // "30000/1001" or "25" as frames a second; kVideoFramesPerSecond for a text that is neither.
@@ -86,12 +91,13 @@ struct Soundtrack {
 // A video file written by ffmpeg at `rate` frames a second (a number or a fraction such as
 // "30000/1001"): H.264 in yuv420p for .mp4, .mov and .mkv, VP9 for .webm, a palette made from the
 // frames for .gif. Odd sizes are padded to even ones where the codec needs them. Its sound is AAC,
-// Opus in .webm; a .gif takes none.
+// Opus in .webm; a .gif takes none. Interlaced frames are coded as fields in H.264 and marked with
+// their order in .mp4, .mov and .mkv; .webm and .gif have no field coding and keep them as frames.
 class VideoWriter {
  public:
   // Starts ffmpeg; throws Error when it is missing or the name is no video name.
   VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate,
-              const Soundtrack& sound = {});
+              const Soundtrack& sound = {}, FieldOrder order = FieldOrder::kProgressive);
   // Without a successful Finish the file is removed: a failed rendering leaves no output.
   ~VideoWriter();
   VideoWriter(const VideoWriter&) = delete;

@@ -45,6 +45,9 @@ class Renderer {
   // transparent, so that a field render leaves the other field's rows so. Throws Error for a
   // frame of another size than the setup's.
   void SetInputs(const Frame& a, const Frame& b);
+  // The rows the next Process renders: VEK_FIELD_FRAME, VEK_FIELD_EVEN or VEK_FIELD_ODD. Two field
+  // renders after one SetInputs, each at its own progress, make an interlaced frame.
+  void SetFieldMode(int32_t fieldMode);
   // Process into the output. Throws Error; an effect that does not render yet throws
   // "<class id> is not implemented yet" with the status VEK_E_NOTIMPL.
   void Process();
