@@ -257,6 +257,29 @@ TEST(Resize, BilinearBetweenPixelCentres) {
   EXPECT_THROW(vek::host::Resized(frame, 0, 2), vek::host::Error);
 }
 
+// Each field of an interlaced frame is resampled alone, into the same field of the result.
+TEST(Resize, FieldByFieldKeepsTheFieldsApart) {
+  const Frame frame = RandomFrame(6, 9, 11);
+  for (const auto& [width, height] : {std::pair{4, 14}, std::pair{7, 5}, std::pair{6, 2}}) {
+    const Frame out = vek::host::ResizedFields(frame, width, height);
+    ASSERT_EQ(out.height, height);
+    for (int first : {0, 1}) {
+      Frame field(frame.width, (frame.height - first + 1) / 2);
+      for (int y = 0; y < field.height; ++y) {
+        std::copy_n(frame.Pixel(0, first + 2 * y), frame.RowBytes(), field.Pixel(0, y));
+      }
+      const Frame expected = vek::host::Resized(field, width, (height - first + 1) / 2);
+      for (int y = 0; y < expected.height; ++y) {
+        EXPECT_TRUE(
+            std::equal(expected.Pixel(0, y), expected.Pixel(0, y) + expected.RowBytes(), out.Pixel(0, first + 2 * y)))
+            << width << "x" << height << ", row " << first + 2 * y;
+      }
+    }
+  }
+  EXPECT_EQ(vek::host::ResizedFields(frame, 3, 1).bytes, vek::host::Resized(frame, 3, 1).bytes)
+      << "one row has no second field";
+}
+
 TEST(BuiltInPictures, DetailedDistinctDeterministicAndPartlyTransparentB) {
   using vek::host::BuiltInPicture;
   using vek::host::Picture;

@@ -405,6 +405,20 @@ TEST(VekhostRender, InterlacedClipsKeepTheirFieldOrder) {
   EXPECT_EQ(orderOf("DSP_VI_FlipCanvas -a " + clip, "kept.mp4"), FieldOrder::kBottomFirst);
   EXPECT_EQ(orderOf("DSP_VI_FlipCanvas -a " + clip + " --interlace none", "whole.mp4"), FieldOrder::kProgressive);
   EXPECT_EQ(orderOf("DSP_TR_Fade --frames 2 --interlace top", "top.mkv"), FieldOrder::kTopFirst);
+
+  // Resampled field by field, a clip of white even rows and black odd ones keeps them apart.
+  ASSERT_EQ(MakeVideo("-f lavfi -i \"color=size=48x32,format=rgb24,geq=r='if(mod(Y,2),0,255)':g='if(mod(Y,2),0,255)':"
+                      "b='if(mod(Y,2),0,255)'\" -frames:v 1 -c:v libx264 -flags +ilme+ildct -top 0",
+                      folder / "striped.mp4"),
+            0);
+  const Frame resized =
+      Rendered(folder, "DSP_TR_NoEffect --progress 0 --size 40x20 --resize -a " + Quoted(folder / "striped.mp4"));
+  ASSERT_EQ(resized.height, 20);
+  for (int y = 0; y < resized.height; ++y) {
+    int sum = 0;
+    for (int x = 0; x < resized.width; ++x) sum += resized.Pixel(x, y)[1];
+    EXPECT_EQ(sum / resized.width > 128, y % 2 == 0) << "row " << y << " mixes the fields: " << sum / resized.width;
+  }
 }
 
 #if !defined(_WIN32)

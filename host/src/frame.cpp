@@ -27,6 +27,15 @@ std::vector<Tap> Taps(int from, int to) {
   return taps;
 }
 
+// Rows first, first + 2, first + 4 ... of a frame, as a frame of their own.
+Frame FieldOf(const Frame& frame, int first) {
+  Frame field(frame.width, (frame.height - first + 1) / 2);
+  for (int y = 0; y < field.height; ++y) {
+    std::copy_n(frame.Pixel(0, first + 2 * y), frame.RowBytes(), field.Pixel(0, y));
+  }
+  return field;
+}
+
 }  // namespace
 
 Frame::Frame(int width, int height, std::array<uint8_t, 4> pixel)
@@ -78,6 +87,18 @@ Frame Resized(const Frame& frame, int width, int height) {
         const float bottom = float(p10[c]) + (float(p11[c]) - float(p10[c])) * column.weight;
         target[c] = uint8_t(std::lround(top + (bottom - top) * row.weight));
       }
+    }
+  }
+  return out;
+}
+
+Frame ResizedFields(const Frame& frame, int width, int height) {
+  if (frame.height < 2 || height < 2) return Resized(frame, width, height);
+  Frame out(width, height);
+  for (int first : {0, 1}) {
+    const Frame field = Resized(FieldOf(frame, first), width, (height - first + 1) / 2);
+    for (int y = 0; y < field.height; ++y) {
+      std::copy_n(field.Pixel(0, y), field.RowBytes(), out.Pixel(0, first + 2 * y));
     }
   }
   return out;

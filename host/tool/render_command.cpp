@@ -121,10 +121,13 @@ struct Input {
   std::unique_ptr<host::FrameSource> source;
   host::Frame resized;
 
+  // An interlaced clip is resampled field by field.
   const host::Frame& Next(FrameSize size) {
     const host::Frame& frame = source->Next();
     if (frame.width == size.width && frame.height == size.height) return frame;
-    resized = host::Resized(frame, size.width, size.height);
+    const bool interlaced = Video() && Video()->fieldOrder != host::FieldOrder::kProgressive;
+    resized = interlaced ? host::ResizedFields(frame, size.width, size.height)
+                         : host::Resized(frame, size.width, size.height);
     return resized;
   }
   const host::VideoFacts* Video() const { return source && source->Video() ? &*source->Video() : nullptr; }

@@ -41,5 +41,8 @@ Frame AyuvToArgb(const Frame& ayuv);
 
 // Bilinear resampling of all four bytes, pixel centres mapped onto pixel centres.
 Frame Resized(const Frame& frame, int width, int height);
+// The same for an interlaced frame: each field, rows 0, 2, 4 ... and rows 1, 3, 5 ..., is resampled
+// on its own into that field of the result, so that the two moments it holds do not mix.
+Frame ResizedFields(const Frame& frame, int width, int height);
 
 }  // namespace vek::host
