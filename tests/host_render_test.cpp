@@ -162,6 +162,28 @@ TEST(VekhostRender, InterlacedFramesTakeEachFieldAtItsOwnProgress) {
   }
 }
 
+// --display fills the record's source geometry: the centre wipe's circle is round on a display
+// twice as wide as the frame, so in pixels it is half as wide as it is tall.
+TEST(VekhostRender, DisplaySizeKeepsTheCentreWipeRoundWhereItIsShown) {
+  ScratchFolder folder("vek_render_display");
+  const std::string wipe = "DSP_TR_WipeCenter --size 128x64 --progress ";
+  const Frame b = Rendered(folder, wipe + "1", "b.png");
+  const auto extentOfB = [&](const std::string& display) {
+    const Frame out = Rendered(folder, wipe + "0.3" + display);
+    const auto isB = [&](int x, int y) { return std::equal(out.Pixel(x, y), out.Pixel(x, y) + 4, b.Pixel(x, y)); };
+    std::pair<int, int> acrossAndDown{0, 0};
+    for (int x = 0; x < out.width; ++x) acrossAndDown.first += isB(x, out.height / 2);
+    for (int y = 0; y < out.height; ++y) acrossAndDown.second += isB(out.width / 2, y);
+    return acrossAndDown;
+  };
+  const auto [across, down] = extentOfB("");
+  EXPECT_GT(across, 10);
+  EXPECT_NEAR(across, down, 1);
+  const auto [wideAcross, wideDown] = extentOfB(" --display 256x64");
+  EXPECT_LT(wideDown, 64) << "the circle is cut by the frame";
+  EXPECT_NEAR(2 * wideAcross, wideDown, 3);
+}
+
 TEST(VekhostRender, SignedOffsetChoosesTheFlipsOffsetModeAndAmount) {
   ScratchFolder folder("vek_render_offset");
   const Frame a = BuiltIn(Picture::kA), b = BuiltIn(Picture::kB);
@@ -419,6 +441,30 @@ TEST(VekhostRender, InterlacedClipsKeepTheirFieldOrder) {
     for (int x = 0; x < resized.width; ++x) sum += resized.Pixel(x, y)[1];
     EXPECT_EQ(sum / resized.width > 128, y % 2 == 0) << "row " << y << " mixes the fields: " << sum / resized.width;
   }
+}
+
+// A clip whose pixels are not square is rendered for the size it is shown at, and the video
+// written keeps that shape.
+TEST(VekhostRender, ClipsOfWidePixelsKeepTheirShape) {
+  if (!FfmpegInstalled()) GTEST_SKIP() << "ffmpeg is not on PATH";
+  ScratchFolder folder("vek_render_pixel_aspect");
+  ASSERT_EQ(MakeVideo("-f lavfi -i testsrc=size=72x48:rate=25 -vf setsar=4/3 -frames:v 1", folder / "wide.mkv"), 0);
+  const std::string clip = " -a " + Quoted(folder / "wide.mkv");
+  EXPECT_NEAR(vek::host::ProbeVideo(folder / "wide.mkv").pixelAspect, 4.0 / 3.0, 1e-9);
+
+  const auto render = [&](const std::string& arguments, const std::string& name) {
+    const Outcome run =
+        Tool("render DSP_TR_WipeCenter --progress 0.3" + clip + arguments + " -o " + Quoted(folder / name));
+    EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
+    return folder / name;
+  };
+  const auto bytes = [](const std::filesystem::path& png) { return vek::host::ReadImage(png).bytes; };
+  const std::vector<uint8_t> own = bytes(render("", "own.png"));
+  EXPECT_EQ(own, bytes(render(" --display 96x48", "told.png"))) << "a 72x48 clip of 4:3 pixels is shown at 96x48";
+  EXPECT_NE(own, bytes(render(" --display 72x48", "square.png")));
+
+  EXPECT_NEAR(vek::host::ProbeVideo(render("", "kept.mkv")).pixelAspect, 4.0 / 3.0, 1e-9);
+  EXPECT_NEAR(vek::host::ProbeVideo(render(" --size 96x48 --resize", "square.mp4")).pixelAspect, 1.0, 1e-9);
 }
 
 #if !defined(_WIN32)

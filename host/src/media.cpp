@@ -140,8 +140,9 @@ double FramesPerSecond(const std::string& rate) {
 }
 
 VideoFacts ProbeVideo(const std::filesystem::path& path, FrameCount count) {
-  std::vector<std::string> arguments = {"-show_entries",
-                                        "stream=codec_type,width,height,avg_frame_rate,r_frame_rate,nb_read_packets"};
+  std::vector<std::string> arguments = {
+      "-show_entries",
+      "stream=codec_type,width,height,avg_frame_rate,r_frame_rate,nb_read_packets,sample_aspect_ratio"};
   if (count == FrameCount::kCounted) arguments.push_back("-count_packets");
   VideoFacts facts;
   bool video = false;
@@ -152,6 +153,12 @@ VideoFacts ProbeVideo(const std::filesystem::path& path, FrameCount count) {
     facts.width = std::atoi(stream["width"].c_str());
     facts.height = std::atoi(stream["height"].c_str());
     facts.frames = std::max(0, std::atoi(stream["nb_read_packets"].c_str()));
+    // "0:1" and "N/A" say the pixels' aspect is not known: taken as square.
+    const std::string& aspect = stream["sample_aspect_ratio"];
+    const std::size_t colon = aspect.find(':');
+    const double across = std::atof(aspect.substr(0, colon).c_str());
+    const double down = colon == std::string::npos ? 0.0 : std::atof(aspect.substr(colon + 1).c_str());
+    if (across > 0 && down > 0) facts.pixelAspect = across / down;
     // The average keeps a variable-rate video's length; "0/0" is ffprobe's word for a rate it does
     // not know.
     for (const char* key : {"avg_frame_rate", "r_frame_rate"}) {
@@ -195,9 +202,10 @@ bool VideoReader::Read(Frame& frame) {
   return false;
 }
 
-VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate,
-                         const Soundtrack& sound, FieldOrder order)
+VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int height, const VideoFormat& format,
+                         const Soundtrack& sound)
     : path_(path), width_(width), height_(height) {
+  const std::string& rate = format.rate;
   std::vector<std::string> arguments = {
       "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "bgra", "-s", SizeText(width, height), "-r", rate, "-i", "-"};
   const std::vector<std::string> codec = CodecArguments(path);
@@ -214,8 +222,12 @@ VideoWriter::VideoWriter(const std::filesystem::path& path, int width, int heigh
     arguments.insert(arguments.end(), soundCodec.begin(), soundCodec.end());
   }
   arguments.insert(arguments.end(), codec.begin(), codec.end());
-  const std::vector<std::string> fields = FieldArguments(codec, order);
+  const std::vector<std::string> fields = FieldArguments(codec, format.fieldOrder);
   arguments.insert(arguments.end(), fields.begin(), fields.end());
+  if (format.displayWidth > 0 && format.displayHeight > 0) {
+    arguments.insert(arguments.end(),
+                     {"-aspect", std::to_string(format.displayWidth) + ":" + std::to_string(format.displayHeight)});
+  }
   arguments.push_back(Utf8(path));
   process_ = platform::OpenProcess(FindTool("ffmpeg", "writing the video " + path.string()), arguments,
                                    platform::ProcessPipe::kWrite);

@@ -1,5 +1,6 @@
 #include "vekhost/render.h"
 
+#include <algorithm>
 #include <string>
 #include <variant>
 
@@ -40,6 +41,8 @@ Renderer::Renderer(const Effect& effect, const RenderSetup& setup)
   record.offsetMode = setup.offsetMode;
   record.offsetAmount = setup.offsetAmount;
   record.alphaAware = setup.alphaAware ? 1 : 0;
+  record.sourceGeometry[0] = uint32_t(std::max(setup.displayWidth, 0));
+  record.sourceGeometry[1] = uint32_t(std::max(setup.displayHeight, 0));
 }
 
 void Renderer::SetProgress(float progress) {

@@ -36,6 +36,7 @@ struct SetupArguments {
   uint32_t seed = 0;
   float offset = 0;  // signed: below 0 offset mode 1, above 0 mode 2, with its magnitude as the amount
   bool alphaAware = false;
+  std::string display;  // "" or WIDTHxHEIGHT: the size the frames are shown at
 };
 host::RenderSetup MakeSetup(const SetupArguments& arguments, FrameSize size);
 

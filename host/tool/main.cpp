@@ -21,6 +21,9 @@ void AddSetupOptions(CLI::App* command, vek::tool::SetupArguments& setup) {
   command->add_option("--offset", setup.offset,
                       "Sideways shift of the 3D flip's object in scene units (the card is 4 wide): below 0 "
                       "offset mode 1, above 0 mode 2, 0 none");
+  command->add_option("--display", setup.display,
+                      "WIDTHxHEIGHT the frames are shown at, when their pixels are not square (sourceGeometry), "
+                      "e.g. 1920x1080 for 1440x1080 HDV; default: a video input's own, else square pixels");
   command->add_flag("--alpha-aware", setup.alphaAware,
                     "Set the instance's alpha-aware flag: effects that can keep alpha (the mosaic) carry it "
                     "through instead of writing 0");

@@ -59,12 +59,8 @@ NumberedName NameForFrame(std::string_view pattern, int index) {
 // failed rendering leaves no output.
 class FrameWriter {
  public:
-  FrameWriter(const std::string& output, int frames, std::string rate, host::Soundtrack sound, host::FieldOrder order)
-      : output_(output),
-        rate_(std::move(rate)),
-        sound_(std::move(sound)),
-        order_(order),
-        isVideo_(host::IsVideoPath(output)) {
+  FrameWriter(const std::string& output, int frames, host::VideoFormat format, host::Soundtrack sound)
+      : output_(output), format_(std::move(format)), sound_(std::move(sound)), isVideo_(host::IsVideoPath(output)) {
     if (isVideo_) return;
     if (!host::IsPngPath(output)) {
       throw host::Error("cannot write \"" + output +
@@ -90,7 +86,7 @@ class FrameWriter {
   void Write(const host::Frame& frame, int index) {
     if (isVideo_) {
       if (!video_) {
-        video_ = std::make_unique<host::VideoWriter>(output_, frame.width, frame.height, rate_, sound_, order_);
+        video_ = std::make_unique<host::VideoWriter>(output_, frame.width, frame.height, format_, sound_);
       }
       video_->Write(frame);
       return;
@@ -105,9 +101,8 @@ class FrameWriter {
 
  private:
   std::string output_;
-  std::string rate_;
+  host::VideoFormat format_;
   host::Soundtrack sound_;
-  host::FieldOrder order_;
   bool isVideo_;
   std::unique_ptr<host::VideoWriter> video_;
   std::vector<std::filesystem::path> written_;
@@ -142,6 +137,19 @@ host::FieldOrder FieldOrderOf(const RenderRequest& request, const Input (&inputs
     if (input.Video()) return input.Video()->fieldOrder;
   }
   return host::FieldOrder::kProgressive;
+}
+
+// Without --display: the size a rendering of `size` is shown at when the first video input's
+// pixels are not square, so that it keeps that clip's shape; 0 by 0 for square pixels.
+FrameSize DisplayOfVideos(const Input (&inputs)[2], FrameSize size) {
+  for (const Input& input : inputs) {
+    const host::VideoFacts* video = input.Video();
+    if (!video) continue;
+    if (video->pixelAspect == 1.0) break;
+    const double shape = video->width * video->pixelAspect / video->height;
+    return {int(std::lround(size.height * shape)), size.height};
+  }
+  return {0, 0};
 }
 
 // The first video input's rate: the rendering's, so that every clip keeps its speed.
@@ -243,7 +251,6 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
   for (Input& input : inputs) {
     if (input.source) input.source->PlanDecoding({frames, rate, input.start});
   }
-  FrameWriter writer(request.output, frames, rate, SoundOf(inputs, transition, heldProgress, frames), order);
   FrameSize size = kDefaultSize;
   if (!request.size.empty()) {
     size = ParseSize(request.size);
@@ -261,7 +268,15 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
     }
   }
 
-  host::Renderer renderer(effect, MakeSetup(request.setup, size));
+  host::RenderSetup setup = MakeSetup(request.setup, size);
+  if (setup.displayWidth == 0) {
+    const FrameSize display = DisplayOfVideos(inputs, size);
+    setup.displayWidth = display.width;
+    setup.displayHeight = display.height;
+  }
+  FrameWriter writer(request.output, frames, {rate, order, setup.displayWidth, setup.displayHeight},
+                     SoundOf(inputs, transition, heldProgress, frames));
+  host::Renderer renderer(effect, setup);
   for (const std::string& setting : request.settings) {
     const std::size_t equals = setting.find('=');
     if (equals == std::string::npos || equals == 0) throw host::Error("--set takes KEY=VALUE, not \"" + setting + "\"");

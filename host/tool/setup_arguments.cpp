@@ -40,6 +40,11 @@ host::RenderSetup MakeSetup(const SetupArguments& arguments, FrameSize size) {
   setup.offsetMode = arguments.offset < 0 ? 1 : arguments.offset > 0 ? 2 : 0;
   setup.offsetAmount = std::abs(arguments.offset);
   setup.alphaAware = arguments.alphaAware;
+  if (!arguments.display.empty()) {
+    const FrameSize display = ParseSize(arguments.display);
+    setup.displayWidth = display.width;
+    setup.displayHeight = display.height;
+  }
   return setup;
 }
 

@@ -33,6 +33,7 @@ struct VideoFacts {
   std::string rate;    // frames a second as ffprobe gives it, e.g. "30000/1001"; empty when unknown
   bool sound = false;  // an audio stream beside it
   FieldOrder fieldOrder = FieldOrder::kProgressive;  // as shown; progressive also when not marked
+  double pixelAspect = 1.0;                          // a pixel's width over its height as shown: 4/3 for 1440x1080 HDV
 };
 
 // "30000/1001" or "25" as frames a second; kVideoFramesPerSecond for a text that is neither.
@@ -88,16 +89,24 @@ struct Soundtrack {
   std::vector<SoundSource> sources;
 };
 
-// A video file written by ffmpeg at `rate` frames a second (a number or a fraction such as
-// "30000/1001"): H.264 in yuv420p for .mp4, .mov and .mkv, VP9 for .webm, a palette made from the
-// frames for .gif. Odd sizes are padded to even ones where the codec needs them. Its sound is AAC,
-// Opus in .webm; a .gif takes none. Interlaced frames are coded as fields in H.264 and marked with
-// their order in .mp4, .mov and .mkv; .webm and .gif have no field coding and keep them as frames.
+// How a written video is shown: its rate, its scan, and the size its frames are shown at.
+struct VideoFormat {
+  std::string rate = kVideoFramesPerSecond;  // a number or a fraction such as "30000/1001"
+  FieldOrder fieldOrder = FieldOrder::kProgressive;
+  int displayWidth = 0;  // 0: square pixels
+  int displayHeight = 0;
+};
+
+// A video file written by ffmpeg in the format given: H.264 in yuv420p for .mp4, .mov and .mkv, VP9
+// for .webm, a palette made from the frames for .gif. Odd sizes are padded to even ones where the
+// codec needs them. Its sound is AAC, Opus in .webm; a .gif takes none. Interlaced frames are coded
+// as fields in H.264 and marked with their order in .mp4, .mov and .mkv; .webm and .gif have no
+// field coding and keep them as frames. A display size is kept as the video's aspect.
 class VideoWriter {
  public:
   // Starts ffmpeg; throws Error when it is missing or the name is no video name.
-  VideoWriter(const std::filesystem::path& path, int width, int height, const std::string& rate,
-              const Soundtrack& sound = {}, FieldOrder order = FieldOrder::kProgressive);
+  VideoWriter(const std::filesystem::path& path, int width, int height, const VideoFormat& format,
+              const Soundtrack& sound = {});
   // Without a successful Finish the file is removed: a failed rendering leaves no output.
   ~VideoWriter();
   VideoWriter(const VideoWriter&) = delete;

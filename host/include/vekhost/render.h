@@ -23,6 +23,9 @@ struct RenderSetup {
   int32_t offsetMode = 0;  // 0 none, 1 negative, 2 positive: the 3D flip's sideways shift
   float offsetAmount = 0;
   bool alphaAware = false;  // the host keeps alpha: effects that can, carry it through
+  // sourceGeometry: the size the frame is shown at when its pixels are not square; 0 for its own.
+  int displayWidth = 0;
+  int displayHeight = 0;
 };
 
 bool IsTransition(const Effect& effect);
