@@ -51,6 +51,8 @@ void WithEffect(benchmark::State& state, const EffectSetup& setup, Measure&& mea
   instance.workerCount = setup.workers;
   instance.colourLayout = setup.colourLayout;
   instance.randomSeed = setup.randomSeed;
+  instance.sourceGeometry[0] = setup.displayWidth;
+  instance.sourceGeometry[1] = setup.displayHeight;
   row.callbacks.init(&instance);
   if (setup.configure) setup.configure(values.data());
   if (row.callbacks.prepare(&instance) != VEK_S_OK) state.SkipWithError("Prepare failed");

@@ -43,6 +43,9 @@ struct EffectSetup {
   std::function<void(uint8_t* values)> configure;
   int colourLayout = 0;
   uint32_t randomSeed = 0;
+  // The size the frame is shown at (sourceGeometry), when its pixels are not square; 0 for its own.
+  uint32_t displayWidth = 0;
+  uint32_t displayHeight = 0;
   // Source A is the host's built-in picture A instead of the synthetic pattern: for effects whose
   // cost depends on the content, such as the histograms, where a picture's runs of equal pixels count.
   bool picture = false;

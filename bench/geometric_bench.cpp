@@ -75,6 +75,22 @@ void RowCopies(benchmark::State& state, Size size, BaselineKind baseline, CopyPi
       ++option;
     }
   }
+  // The centre wipe on pixels that are not square, as HDV's are shown wider and DV's narrower: its
+  // circle is then drawn at the display's width and sampled back.
+  for (const auto& [shape, displayWidth] : {std::pair{"wide-pixels", 2560u}, std::pair{"narrow-pixels", 1440u}}) {
+    for (float progress : {0.2f, 0.5f, 0.8f}) {
+      EffectSetup setup{"DSP_TR_WipeCenter",
+                        size,
+                        0,
+                        0,
+                        1,
+                        [=](uint8_t* values) { std::memcpy(values, &progress, sizeof progress); }};
+      setup.displayWidth = displayWidth;
+      setup.displayHeight = uint32_t(size.height);
+      RegisterEffect(Name({"WipeCenter/", shape, "/p", std::to_string(progress).substr(0, 3), "/", size.Name()}),
+                     baselines.readTwoWriteOne, setup);
+    }
+  }
   return true;
 }();
 

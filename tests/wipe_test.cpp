@@ -1,4 +1,5 @@
 // The wipe family through the reference host: expected frames are composed here from the rules.
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <tuple>
@@ -297,6 +298,31 @@ TEST(WipeCenter, VectorRingBlendsGiveTheScalarBytes) {
     if (!vek::Avx512KernelsUsable()) continue;
     vek::WeightedRowAvx512(a.bytes.data(), b.bytes.data(), weights.data(), avx512.data(), pixels);
     EXPECT_EQ(avx512, want) << pixels << " pixels";
+  }
+}
+
+// The vector gather against the scalar one: columns resampled up and down (down by 2.5, further
+// than one permute reaches), running backwards or jumping, and runs ending inside a step of
+// sixteen. Each source is exactly as long as its columns need.
+TEST(WipeCenter, VectorGatherGivesTheScalarBytes) {
+  if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 here";
+  const auto resampled = [](int count, int from) {
+    std::vector<int> columns(std::size_t(count), 0);
+    for (int x = 0; x < count; ++x) columns[std::size_t(x)] = int((int64_t(2 * x + 1) * from) / (2 * count));
+    return columns;
+  };
+  std::vector<int> backwards(40), jumping(40);
+  for (int x = 0; x < 40; ++x) backwards[std::size_t(x)] = 39 - x, jumping[std::size_t(x)] = (x * 37) % 101;
+  for (const std::vector<int>& columns :
+       {resampled(67, 50), resampled(67, 90), resampled(40, 100), resampled(33, 33), backwards, jumping}) {
+    const int sourcePixels = *std::max_element(columns.begin(), columns.end()) + 1;
+    const Frame source = Frame::Random(sourcePixels, 1, 31);
+    for (int pixels : {int(columns.size()), 16, 13}) {
+      std::vector<uint8_t> want(std::size_t(pixels) * 4), got(want.size());
+      vek::GatherPixels(source.bytes.data(), columns.data(), want.data(), pixels);
+      vek::GatherPixelsAvx512(source.bytes.data(), columns.data(), got.data(), pixels);
+      EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels;
+    }
   }
 }
 

@@ -65,6 +65,11 @@ void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weight
 
 // out pixel x = source pixel columns[x]: one sampled row.
 void GatherPixels(const uint8_t* source, const int* columns, uint8_t* out, int pixels);
+// The same, where Avx512KernelsUsable(): sixteen pixels whose columns lie within 32 of each other,
+// as a resampling's near-neighbour columns do, are one permute of the source pixels they span;
+// others are taken one by one.
+void GatherPixelsAvx512(const uint8_t* source, const int* columns, uint8_t* out, int pixels);
+using GatherPixelsFn = void (*)(const uint8_t* source, const int* columns, uint8_t* out, int pixels);
 // Two sampled rows cross-faded: with a = a[columnsA[x]] and b = b[columnsB[x]], each byte of out
 // pixel x is a + floor((b - a) * weight / 128), weight 0..127.
 void SampledLerpRowScalar(const uint8_t* a, const int* columnsA, const uint8_t* b, const int* columnsB, uint8_t* out,

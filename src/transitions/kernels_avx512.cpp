@@ -141,6 +141,26 @@ void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint
 // Sixteen pixels a step in 16-bit lanes, as the SSE2 row takes four: within each 128-bit lane the
 // low unpack holds the lane's first two pixels and the high unpack its last two, so each weight is
 // spread over the four lanes of its pixel by one byte permute. The last pixels are the SSE2 row's.
+void GatherPixelsAvx512(const uint8_t* source, const int* columns, uint8_t* out, int pixels) {
+  const auto* sourcePixels = reinterpret_cast<const int32_t*>(source);
+  int x = 0;
+  for (; x + 16 <= pixels; x += 16) {
+    // The sixteen columns must lie from the first to the last, at most 32 apart, as they do where
+    // they grow.
+    const int first = columns[x], span = columns[x + 15] - first + 1;
+    const __m512i index = _mm512_sub_epi32(_mm512_loadu_si512(columns + x), _mm512_set1_epi32(first));
+    if (span > 32 || _mm512_cmpge_epu32_mask(index, _mm512_set1_epi32(span)) != 0) {
+      GatherPixels(source, columns + x, out + std::size_t(x) * 4, 16);
+      continue;
+    }
+    // Only the pixels the columns span are read: the masked lanes past them are never touched.
+    const __m512i low = _mm512_maskz_loadu_epi32(FirstLanes(span), sourcePixels + first);
+    const __m512i high = _mm512_maskz_loadu_epi32(FirstLanes(span > 16 ? span - 16 : 0), sourcePixels + first + 16);
+    _mm512_storeu_si512(out + std::size_t(x) * 4, _mm512_permutex2var_epi32(low, index, high));
+  }
+  GatherPixels(source, columns + x, out + std::size_t(x) * 4, pixels - x);
+}
+
 void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels) {
   const __m512i lowSpread = _mm512_loadu_si512(kWeightSpread.low);
   const __m512i highSpread = _mm512_loadu_si512(kWeightSpread.high);

@@ -524,6 +524,60 @@ struct Iris {
   }
 };
 
+// The columns of a frame whose display width differs from its own: display column c shows frame
+// column toDisplay[c], and frame column x shows display column toFrame[x], so source column
+// throughDisplay[x]. A row of the circle is worked out on the display, and each frame column takes
+// what its display column holds: A, B, or the two blended by that column's ring weight.
+struct DisplayColumns {
+  const int* toDisplay;
+  const int* toFrame;
+  const int* throughDisplay;
+  int frameWidth;
+  // Every frame column comes back to itself, as it does through a display wider than the frame:
+  // the sources' rows are then read as they are.
+  bool sameColumns;
+  GatherPixelsFn gather;
+
+  // The first frame column that shows display column `c` or one after it.
+  int FrameColumnOf(int c) const { return int(std::lower_bound(toFrame, toFrame + frameWidth, c) - toFrame); }
+
+  // Columns [from, to) of a source through the display, into out from its column `from`. The
+  // columns are near their own, so the same stretch of the row `ahead` of this one is asked for
+  // now: the processor's own prefetching follows the drawing order of the rows badly.
+  void Take(const uint8_t* source, int from, int to, uint8_t* out, std::ptrdiff_t ahead) const {
+    if (sameColumns) return CopyPixels(source, from, out, from, to - from, ahead);
+    for (std::size_t at = std::size_t(from) * 4; at < std::size_t(to) * 4; at += 64) {
+      __builtin_prefetch(source + at + ahead);
+    }
+    gather(source, throughDisplay + from, out + std::size_t(from) * 4, to - from);
+  }
+
+  // A row outside the circle: A through the display. `ahead` as for Iris::Draw.
+  void DrawA(const uint8_t* a, uint8_t* out, std::ptrdiff_t ahead) const { Take(a, 0, frameWidth, out, ahead); }
+
+  // A row of the circle. `ringA` and `ringB` are frame-width rows for the sources' pixels through
+  // the display, needed when columns do not come back to themselves; `weights` takes one byte a
+  // frame column.
+  void Draw(const uint8_t* a, const uint8_t* b, uint8_t* out, const IrisRow& row, uint8_t* ringA, uint8_t* ringB,
+            uint8_t* weights, std::ptrdiff_t ahead) const {
+    const auto take = [&](const uint8_t* source, int from, int to) { Take(source, from, to, out, ahead); };
+    const auto ring = [&](const uint8_t* displayWeights, int displayFrom, int displayTo) {
+      const int from = FrameColumnOf(displayFrom), to = FrameColumnOf(displayTo);
+      for (int x = from; x < to; ++x) weights[x - from] = displayWeights[toFrame[x] - displayFrom];
+      if (sameColumns) return Iris::BlendRun(a, b, out, weights, from, to);
+      const std::size_t at = std::size_t(from) * 4;
+      gather(a, throughDisplay + from, ringA + at, to - from);
+      gather(b, throughDisplay + from, ringB + at, to - from);
+      Iris::BlendRun(ringA, ringB, out, weights, from, to);
+    };
+    take(a, 0, FrameColumnOf(row.x0));
+    ring(row.leftWeights, row.x0, row.x1);
+    take(b, FrameColumnOf(row.x1), FrameColumnOf(row.x2));
+    ring(row.rightWeights, row.x2, row.x3);
+    take(a, FrameColumnOf(row.x3), frameWidth);
+  }
+};
+
 // Nearest columns between the frame and its display-width copy, sampled at pixel centres.
 void FillColumnMap(int* map, int count, int sourceCount) {
   for (int x = 0; x < count; ++x) {
@@ -586,39 +640,47 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
   const Iris iris{displayWidth / 2, frame.height / 2, rho, int(ring->count), ring->Weights()};
 
   const bool resampled = displayWidth != frame.width;
-  // Scratch: the column maps to and from the display width (when it differs), then one row of ring
-  // weights for each side. All of it, and the display-width images, are had before anything is
-  // written.
-  const std::size_t mapInts = resampled ? std::size_t(displayWidth) + std::size_t(frame.width) : 0;
-  auto* scratch = static_cast<int*>(std::malloc(mapInts * sizeof(int) + 2 * std::size_t(displayWidth) + 1));
+  // Scratch: the column maps to and from the display width (when it differs), and from the frame
+  // through the display back to the frame; one row of ring weights for each side on the display,
+  // and one on the frame. All of it, and the rows for the sources through the display, are had
+  // before anything is written.
+  const std::size_t mapInts = resampled ? std::size_t(displayWidth) + 2 * std::size_t(frame.width) : 0;
+  const std::size_t weightBytes = 2 * std::size_t(displayWidth) + std::size_t(frame.width) + 1;
+  auto* scratch = static_cast<int*>(std::malloc(mapInts * sizeof(int) + weightBytes));
   if (!scratch) return VEK_E_OUTOFMEMORY;
   uint8_t* weights = reinterpret_cast<uint8_t*>(scratch + mapInts);
-  // The display's aspect differs from the frame's: the circle is drawn on display-width copies of
-  // A and B, so that it is round where it is seen, and the result is sampled back to the frame.
-  VEKImageUtility::CImageARGB wideA, wideB, wideOut;
-  if (resampled && (!wideA.Allocate(displayWidth, frame.height) || !wideB.Allocate(displayWidth, frame.height) ||
-                    !wideOut.Allocate(displayWidth, frame.height))) {
-    std::free(scratch);
-    return VEK_E_OUTOFMEMORY;
-  }
-  int *toDisplay = scratch, *toFrame = scratch + displayWidth;
+  uint8_t* frameWeights = weights + 2 * std::size_t(displayWidth);
+  int *toDisplay = scratch, *toFrame = scratch + displayWidth, *throughDisplay = toFrame + frame.width;
+  bool sameColumns = true;
   if (resampled) {
     FillColumnMap(toDisplay, displayWidth, frame.width);
     FillColumnMap(toFrame, frame.width, displayWidth);
+    for (int x = 0; x < frame.width; ++x) {
+      throughDisplay[x] = toDisplay[toFrame[x]];
+      sameColumns = sameColumns && throughDisplay[x] == x;
+    }
+  }
+  const DisplayColumns columns{toDisplay,   toFrame,     throughDisplay,
+                               frame.width, sameColumns, Avx512KernelsUsable() ? GatherPixelsAvx512 : GatherPixels};
+  // The display's aspect differs from the frame's: the circle is worked out on the display, so that
+  // it is round where it is seen. A row depends on nothing but its own sources, so one row of each
+  // image serves every row and stays in the cache.
+  VEKImageUtility::CImageARGB ringA, ringB;
+  if (resampled && !sameColumns && (!ringA.Allocate(frame.width, 1) || !ringB.Allocate(frame.width, 1))) {
+    std::free(scratch);
+    return VEK_E_OUTOFMEMORY;
   }
   // Rows above the centre are drawn downwards, their mirrors upwards.
   const std::ptrdiff_t nextRow = std::ptrdiff_t(frame.rowBytes) * frame.rows.step;
   const auto draw = [&](int y, const IrisRow* row) {
+    const std::ptrdiff_t ahead = y <= iris.cy ? nextRow : -nextRow;
     if (!resampled) {
-      const std::ptrdiff_t ahead = y <= iris.cy ? nextRow : -nextRow;
       if (!row) return CopyPixels(frame.RowA(y), 0, frame.OutputRow(y), 0, frame.width, ahead);
       return Iris::Draw(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, *row, ahead);
     }
-    GatherPixels(frame.RowA(y), toDisplay, wideA.Row(y), displayWidth);
-    if (!row) return GatherPixels(wideA.Row(y), toFrame, frame.OutputRow(y), frame.width);
-    GatherPixels(frame.RowB(y), toDisplay, wideB.Row(y), displayWidth);
-    Iris::Draw(wideA.Row(y), wideB.Row(y), wideOut.Row(y), displayWidth, *row, 0);
-    GatherPixels(wideOut.Row(y), toFrame, frame.OutputRow(y), frame.width);
+    if (!row) return columns.DrawA(frame.RowA(y), frame.OutputRow(y), ahead);
+    columns.Draw(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), *row, ringA.Row(0), ringB.Row(0), frameWeights,
+                 ahead);
   };
   // A row and its mirror image about the centre row share their columns and ring weights; the
   // mirror lies in the same field.
