@@ -293,10 +293,10 @@ TEST(WipeCenter, VectorRingBlendsGiveTheScalarBytes) {
   for (int pixels : {67, 64, 13}) {
     std::vector<uint8_t> want(a.bytes.size()), sse2 = want, avx512 = want;
     vek::WeightedRowScalar(a.bytes.data(), b.bytes.data(), weights.data(), want.data(), pixels);
-    vek::WeightedRowSse2(a.bytes.data(), b.bytes.data(), weights.data(), sse2.data(), pixels);
+    vek::WeightedRowSse2(a.bytes.data(), b.bytes.data(), weights.data(), sse2.data(), pixels, 0);
     EXPECT_EQ(sse2, want) << pixels << " pixels";
     if (!vek::Avx512KernelsUsable()) continue;
-    vek::WeightedRowAvx512(a.bytes.data(), b.bytes.data(), weights.data(), avx512.data(), pixels);
+    vek::WeightedRowAvx512(a.bytes.data(), b.bytes.data(), weights.data(), avx512.data(), pixels, 0);
     EXPECT_EQ(avx512, want) << pixels << " pixels";
   }
 }
@@ -319,9 +319,22 @@ TEST(WipeCenter, VectorGatherGivesTheScalarBytes) {
     const Frame source = Frame::Random(sourcePixels, 1, 31);
     for (int pixels : {int(columns.size()), 16, 13}) {
       std::vector<uint8_t> want(std::size_t(pixels) * 4), got(want.size());
-      vek::GatherPixels(source.bytes.data(), columns.data(), want.data(), pixels);
-      vek::GatherPixelsAvx512(source.bytes.data(), columns.data(), got.data(), pixels);
+      vek::GatherPixels(source.bytes.data(), columns.data(), want.data(), pixels, 0);
+      vek::GatherPixelsAvx512(source.bytes.data(), columns.data(), got.data(), pixels, 0);
       EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels;
+    }
+  }
+  // The ring weights through the same kind of columns, counted from an offset: down by 2.3 is
+  // further than one byte permute reaches.
+  constexpr int kOffset = 7;
+  for (std::vector<int> indices : {resampled(67, 50), resampled(67, 90), resampled(130, 300), resampled(200, 210)}) {
+    const Frame table = Frame::Random(indices.back() + 1, 1, 32);
+    for (int& index : indices) index += kOffset;
+    for (int count : {int(indices.size()), 64, 13}) {
+      std::vector<uint8_t> want(static_cast<std::size_t>(count)), got(want.size());
+      vek::GatherBytes(table.bytes.data(), indices.data(), kOffset, want.data(), count);
+      vek::GatherBytesAvx512(table.bytes.data(), indices.data(), kOffset, got.data(), count);
+      EXPECT_EQ(got, want) << count << " bytes from " << indices.back() + 1 - kOffset;
     }
   }
 }

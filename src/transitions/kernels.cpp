@@ -53,8 +53,18 @@ void WeightedRowScalar(const uint8_t* a, const uint8_t* b, const uint8_t* weight
   }
 }
 
-void GatherPixels(const uint8_t* source, const int* columns, uint8_t* out, int pixels) {
-  for (int x = 0; x < pixels; ++x) std::memcpy(out + std::size_t(x) * 4, source + std::size_t(columns[x]) * 4, 4);
+void GatherPixels(const uint8_t* source, const int* columns, uint8_t* out, int pixels, std::ptrdiff_t ahead) {
+  for (int x = 0; x < pixels; ++x) {
+    const uint8_t* pixel = source + std::size_t(columns[x]) * 4;
+    if (ahead != 0 && x % 16 == 0) {
+      __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(pixel) + uintptr_t(ahead)));
+    }
+    std::memcpy(out + std::size_t(x) * 4, pixel, 4);
+  }
+}
+
+void GatherBytes(const uint8_t* table, const int* indices, int offset, uint8_t* out, int count) {
+  for (int i = 0; i < count; ++i) out[i] = table[indices[i] - offset];
 }
 
 void BurnRowScalar(const int32_t* map, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels,

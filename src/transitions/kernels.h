@@ -59,17 +59,27 @@ void SoftEdgeRowAvx512(const uint8_t* a, const uint8_t* b, const int32_t* mask, 
 
 // out = a + floor((b - a) * weight / 256) per byte, one weight 0..255 per pixel.
 void WeightedRowScalar(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels);
-void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels);
+void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels,
+                     std::ptrdiff_t ahead);
 // The same sixteen pixels at a time, where Avx512KernelsUsable().
-void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels);
+void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels,
+                       std::ptrdiff_t ahead);
 
-// out pixel x = source pixel columns[x]: one sampled row.
-void GatherPixels(const uint8_t* source, const int* columns, uint8_t* out, int pixels);
+// out pixel x = source pixel columns[x]: one sampled row. Unless `ahead` is 0, the source row
+// `ahead` bytes on is asked for too, where the columns read it.
+void GatherPixels(const uint8_t* source, const int* columns, uint8_t* out, int pixels, std::ptrdiff_t ahead);
 // The same, where Avx512KernelsUsable(): sixteen pixels whose columns lie within 32 of each other,
 // as a resampling's near-neighbour columns do, are one permute of the source pixels they span;
 // others are taken one by one.
-void GatherPixelsAvx512(const uint8_t* source, const int* columns, uint8_t* out, int pixels);
-using GatherPixelsFn = void (*)(const uint8_t* source, const int* columns, uint8_t* out, int pixels);
+void GatherPixelsAvx512(const uint8_t* source, const int* columns, uint8_t* out, int pixels, std::ptrdiff_t ahead);
+using GatherPixelsFn = void (*)(const uint8_t* source, const int* columns, uint8_t* out, int pixels,
+                                std::ptrdiff_t ahead);
+// out[i] = table[indices[i] - offset] for nondecreasing indices.
+void GatherBytes(const uint8_t* table, const int* indices, int offset, uint8_t* out, int count);
+// The same, where Avx512KernelsUsable(): 64 bytes whose indices lie within 128 of each other are one
+// permute of the table bytes they span.
+void GatherBytesAvx512(const uint8_t* table, const int* indices, int offset, uint8_t* out, int count);
+using GatherBytesFn = void (*)(const uint8_t* table, const int* indices, int offset, uint8_t* out, int count);
 // Two sampled rows cross-faded: with a = a[columnsA[x]] and b = b[columnsB[x]], each byte of out
 // pixel x is a + floor((b - a) * weight / 128), weight 0..127.
 void SampledLerpRowScalar(const uint8_t* a, const int* columnsA, const uint8_t* b, const int* columnsB, uint8_t* out,

@@ -141,16 +141,18 @@ void FallGatherRowAvx512(const uint8_t* const* candidates, int count, const uint
 // Sixteen pixels a step in 16-bit lanes, as the SSE2 row takes four: within each 128-bit lane the
 // low unpack holds the lane's first two pixels and the high unpack its last two, so each weight is
 // spread over the four lanes of its pixel by one byte permute. The last pixels are the SSE2 row's.
-void GatherPixelsAvx512(const uint8_t* source, const int* columns, uint8_t* out, int pixels) {
+void GatherPixelsAvx512(const uint8_t* source, const int* columns, uint8_t* out, int pixels, std::ptrdiff_t ahead) {
   const auto* sourcePixels = reinterpret_cast<const int32_t*>(source);
   int x = 0;
   for (; x + 16 <= pixels; x += 16) {
     // The sixteen columns must lie from the first to the last, at most 32 apart, as they do where
     // they grow.
     const int first = columns[x], span = columns[x + 15] - first + 1;
+    _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(sourcePixels + first) + uintptr_t(ahead)),
+                 _MM_HINT_T0);
     const __m512i index = _mm512_sub_epi32(_mm512_loadu_si512(columns + x), _mm512_set1_epi32(first));
     if (span > 32 || _mm512_cmpge_epu32_mask(index, _mm512_set1_epi32(span)) != 0) {
-      GatherPixels(source, columns + x, out + std::size_t(x) * 4, 16);
+      GatherPixels(source, columns + x, out + std::size_t(x) * 4, 16, ahead);
       continue;
     }
     // Only the pixels the columns span are read: the masked lanes past them are never touched.
@@ -158,10 +160,38 @@ void GatherPixelsAvx512(const uint8_t* source, const int* columns, uint8_t* out,
     const __m512i high = _mm512_maskz_loadu_epi32(FirstLanes(span > 16 ? span - 16 : 0), sourcePixels + first + 16);
     _mm512_storeu_si512(out + std::size_t(x) * 4, _mm512_permutex2var_epi32(low, index, high));
   }
-  GatherPixels(source, columns + x, out + std::size_t(x) * 4, pixels - x);
+  GatherPixels(source, columns + x, out + std::size_t(x) * 4, pixels - x, ahead);
 }
 
-void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels) {
+void GatherBytesAvx512(const uint8_t* table, const int* indices, int offset, uint8_t* out, int count) {
+  const auto firstBytes = [](int n) {
+    return n >= 64 ? __mmask64(~0ull) : n <= 0 ? __mmask64(0) : __mmask64((1ull << n) - 1);
+  };
+  int i = 0;
+  for (; i + 64 <= count; i += 64) {
+    const int first = indices[i] - offset, span = indices[i + 63] - offset - first + 1;
+    if (span > 128) {
+      GatherBytes(table, indices + i, offset, out + i, 64);
+      continue;
+    }
+    // The indices as bytes from the first, sixteen at a time.
+    const __m512i base = _mm512_set1_epi32(first + offset);
+    const auto quarter = [&](int q) {
+      return _mm512_maskz_cvtepi32_epi8(0xFFFF, _mm512_sub_epi32(_mm512_loadu_si512(indices + i + 16 * q), base));
+    };
+    __m512i index = _mm512_zextsi128_si512(quarter(0));
+    index = _mm512_inserti32x4(index, quarter(1), 1);
+    index = _mm512_inserti32x4(index, quarter(2), 2);
+    index = _mm512_inserti32x4(index, quarter(3), 3);
+    const __m512i low = _mm512_maskz_loadu_epi8(firstBytes(span), table + first);
+    const __m512i high = _mm512_maskz_loadu_epi8(firstBytes(span - 64), table + first + 64);
+    _mm512_storeu_si512(out + i, _mm512_permutex2var_epi8(low, index, high));
+  }
+  GatherBytes(table, indices + i, offset, out + i, count - i);
+}
+
+void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels,
+                       std::ptrdiff_t ahead) {
   const __m512i lowSpread = _mm512_loadu_si512(kWeightSpread.low);
   const __m512i highSpread = _mm512_loadu_si512(kWeightSpread.high);
   constexpr __mmask64 kEvenBytes = 0x5555555555555555u;
@@ -177,13 +207,15 @@ void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weight
     const __m512i wLow = _mm512_maskz_permutexvar_epi8(kEvenBytes, lowSpread, sixteen);
     const __m512i wHigh = _mm512_maskz_permutexvar_epi8(kEvenBytes, highSpread, sixteen);
     const std::size_t at = std::size_t(x) * 4;
+    _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(a + at) + uintptr_t(ahead)), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(b + at) + uintptr_t(ahead)), _MM_HINT_T0);
     const __m512i va = _mm512_loadu_si512(a + at), vb = _mm512_loadu_si512(b + at);
     const __m512i low = step(_mm512_unpacklo_epi8(va, zero), _mm512_unpacklo_epi8(vb, zero), wLow);
     const __m512i high = step(_mm512_unpackhi_epi8(va, zero), _mm512_unpackhi_epi8(vb, zero), wHigh);
     _mm512_storeu_si512(out + at, _mm512_packus_epi16(low, high));
   }
   const std::size_t at = std::size_t(x) * 4;
-  WeightedRowSse2(a + at, b + at, weights + x, out + at, pixels - x);
+  WeightedRowSse2(a + at, b + at, weights + x, out + at, pixels - x, ahead);
 }
 
 // Sixteen pixels a step, as the SSE4.1 row takes four: a * (32 - k) + b * k with k = clamp(t - m,

@@ -15,6 +15,11 @@ inline __m128i AlphaStep(__m128i a, __m128i b, __m128i alpha) {
   return _mm_mulhi_epi16(_mm_slli_epi16(_mm_sub_epi16(b, a), 7), _mm_add_epi16(alpha, alpha));
 }
 
+// The address is computed as an integer: it may lie outside every object.
+inline void PrefetchAhead(const uint8_t* at, std::ptrdiff_t ahead) {
+  _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(at) + uintptr_t(ahead)), _MM_HINT_T0);
+}
+
 // Each pixel's alpha repeated over its four 16-bit lanes.
 inline __m128i SpreadAlpha(__m128i pixels16) {
   return _mm_shufflehi_epi16(_mm_shufflelo_epi16(pixels16, _MM_SHUFFLE(3, 3, 3, 3)), _MM_SHUFFLE(3, 3, 3, 3));
@@ -44,10 +49,15 @@ void AlphaOverRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, int pixe
   AlphaOverRow(a, b, out, pixels - x);
 }
 
-void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels) {
+void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels,
+                     std::ptrdiff_t ahead) {
   const __m128i zero = _mm_setzero_si128();
   int x = 0;
   for (; x + 4 <= pixels; x += 4, a += 16, b += 16, out += 16) {
+    if (x % 16 == 0) {
+      PrefetchAhead(a, ahead);
+      PrefetchAhead(b, ahead);
+    }
     int32_t four;
     std::memcpy(&four, weights + x, sizeof four);
     const __m128i w16 = _mm_unpacklo_epi8(_mm_cvtsi32_si128(four), zero);
@@ -66,10 +76,8 @@ void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights,
 namespace {
 
 inline __m128i Load(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
-inline void Store(void* at, __m128i value) { _mm_storeu_si128(static_cast<__m128i*>(at), value); }
-// The address is computed as an integer: it may lie outside every object.
-inline void PrefetchAhead(const uint8_t* at, std::ptrdiff_t ahead) {
-  _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(at) + uintptr_t(ahead)), _MM_HINT_T0);
+inline void Store(void* at, __m128i value) {
+  _mm_storeu_si128(static_cast<__m128i*>(at), value);
 }
 inline __m128i Select(__m128i mask, __m128i ifSet, __m128i ifClear) {
   return _mm_or_si128(_mm_and_si128(mask, ifSet), _mm_andnot_si128(mask, ifClear));

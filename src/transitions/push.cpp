@@ -171,8 +171,8 @@ void DrawDoorsDownGroups(const TransitionFrame& frame, const DoorColumns& column
         __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(c0) * 4, 1);
         __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(w - c1) * 4, 1);
       }
-      GatherPixels(rowA, columns.left + c0, out + std::size_t(c0) * 4, c1 - c0);
-      GatherPixels(rowA, columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0);
+      GatherPixels(rowA, columns.left + c0, out + std::size_t(c0) * 4, c1 - c0, 0);
+      GatherPixels(rowA, columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0, 0);
     }
   }
   for (int y = 0; y < h; ++y) CopyWedges(frame, door, opening, columns.groupStart[DrawnGroups(columns, h, y)], y);
@@ -191,12 +191,12 @@ void DrawDoorsAlongRows(const TransitionFrame& frame, const DoorColumns& columns
     };
     for (int g = 0; g < drawn; ++g) {
       const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
-      GatherPixels(sourceRow(g), columns.left + c0, out + std::size_t(c0) * 4, c1 - c0);
+      GatherPixels(sourceRow(g), columns.left + c0, out + std::size_t(c0) * 4, c1 - c0, 0);
     }
     CopyWedges(frame, door, opening, columns.groupStart[drawn], y);
     for (int g = drawn - 1; g >= 0; --g) {
       const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
-      GatherPixels(sourceRow(g), columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0);
+      GatherPixels(sourceRow(g), columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0, 0);
     }
   }
 }

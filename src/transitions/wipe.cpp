@@ -509,17 +509,19 @@ struct Iris {
   static void Draw(const uint8_t* a, const uint8_t* b, uint8_t* out, int width, const IrisRow& row,
                    std::ptrdiff_t ahead) {
     CopyPixels(a, 0, out, 0, row.x0, ahead);
-    BlendRun(a, b, out, row.leftWeights, row.x0, row.x1);
+    BlendRun(a, b, out, row.leftWeights, row.x0, row.x1, ahead);
     CopyPixels(b, row.x1, out, row.x1, row.x2 - row.x1, ahead);
-    BlendRun(a, b, out, row.rightWeights, row.x2, row.x3);
+    BlendRun(a, b, out, row.rightWeights, row.x2, row.x3, ahead);
     CopyPixels(a, row.x3, out, row.x3, width - row.x3, ahead);
   }
 
   // Columns [from, to), column from + i blended by weights[i].
-  static void BlendRun(const uint8_t* a, const uint8_t* b, uint8_t* out, const uint8_t* weights, int from, int to) {
+  static void BlendRun(const uint8_t* a, const uint8_t* b, uint8_t* out, const uint8_t* weights, int from, int to,
+                       std::ptrdiff_t ahead) {
     if (to > from) {
       const auto blend = Avx512KernelsUsable() ? WeightedRowAvx512 : WeightedRowSse2;
-      blend(a + std::size_t(from) * 4, b + std::size_t(from) * 4, weights, out + std::size_t(from) * 4, to - from);
+      blend(a + std::size_t(from) * 4, b + std::size_t(from) * 4, weights, out + std::size_t(from) * 4, to - from,
+            ahead);
     }
   }
 };
@@ -537,6 +539,7 @@ struct DisplayColumns {
   // the sources' rows are then read as they are.
   bool sameColumns;
   GatherPixelsFn gather;
+  GatherBytesFn gatherWeights;
 
   // The first frame column that shows display column `c` or one after it.
   int FrameColumnOf(int c) const { return int(std::lower_bound(toFrame, toFrame + frameWidth, c) - toFrame); }
@@ -546,10 +549,7 @@ struct DisplayColumns {
   // now: the processor's own prefetching follows the drawing order of the rows badly.
   void Take(const uint8_t* source, int from, int to, uint8_t* out, std::ptrdiff_t ahead) const {
     if (sameColumns) return CopyPixels(source, from, out, from, to - from, ahead);
-    for (std::size_t at = std::size_t(from) * 4; at < std::size_t(to) * 4; at += 64) {
-      __builtin_prefetch(source + at + ahead);
-    }
-    gather(source, throughDisplay + from, out + std::size_t(from) * 4, to - from);
+    gather(source, throughDisplay + from, out + std::size_t(from) * 4, to - from, ahead);
   }
 
   // A row outside the circle: A through the display. `ahead` as for Iris::Draw.
@@ -563,12 +563,12 @@ struct DisplayColumns {
     const auto take = [&](const uint8_t* source, int from, int to) { Take(source, from, to, out, ahead); };
     const auto ring = [&](const uint8_t* displayWeights, int displayFrom, int displayTo) {
       const int from = FrameColumnOf(displayFrom), to = FrameColumnOf(displayTo);
-      for (int x = from; x < to; ++x) weights[x - from] = displayWeights[toFrame[x] - displayFrom];
-      if (sameColumns) return Iris::BlendRun(a, b, out, weights, from, to);
+      gatherWeights(displayWeights, toFrame + from, displayFrom, weights, to - from);
+      if (sameColumns) return Iris::BlendRun(a, b, out, weights, from, to, ahead);
       const std::size_t at = std::size_t(from) * 4;
-      gather(a, throughDisplay + from, ringA + at, to - from);
-      gather(b, throughDisplay + from, ringB + at, to - from);
-      Iris::BlendRun(ringA, ringB, out, weights, from, to);
+      gather(a, throughDisplay + from, ringA + at, to - from, ahead);
+      gather(b, throughDisplay + from, ringB + at, to - from, ahead);
+      Iris::BlendRun(ringA, ringB, out, weights, from, to, 0);
     };
     take(a, 0, FrameColumnOf(row.x0));
     ring(row.leftWeights, row.x0, row.x1);
@@ -660,8 +660,13 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
       sameColumns = sameColumns && throughDisplay[x] == x;
     }
   }
-  const DisplayColumns columns{toDisplay,   toFrame,     throughDisplay,
-                               frame.width, sameColumns, Avx512KernelsUsable() ? GatherPixelsAvx512 : GatherPixels};
+  const DisplayColumns columns{toDisplay,
+                               toFrame,
+                               throughDisplay,
+                               frame.width,
+                               sameColumns,
+                               Avx512KernelsUsable() ? GatherPixelsAvx512 : GatherPixels,
+                               Avx512KernelsUsable() ? GatherBytesAvx512 : GatherBytes};
   // The display's aspect differs from the frame's: the circle is worked out on the display, so that
   // it is round where it is seen. A row depends on nothing but its own sources, so one row of each
   // image serves every row and stays in the cache.
