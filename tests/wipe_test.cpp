@@ -259,15 +259,15 @@ IrisOracle IrisFor(int displayWidth, int h, float p) {
 
 TEST(WipeCenter, BInsideTheCircleAndARimBlendedThroughTheRaisedCosine) {
   // Rows the same distance above and below the centre share their ring; at an even height the top
-  // row has no partner.
-  for (int height : {37, 36}) {
-    Frame a = Frame::Random(61, height, 17), b = Frame::Random(61, height, 18);
+  // row has no partner. The largest frame is streamed out row by row.
+  for (const auto& [width, height] : {std::pair{61, 37}, std::pair{61, 36}, std::pair{1101, 1001}}) {
+    Frame a = Frame::Random(width, height, 17), b = Frame::Random(width, height, 18);
     for (float p : {0.1f, 0.45f, 0.8f}) {
-      const IrisOracle iris = IrisFor(61, height, p);
-      Frame want = Frame::Filled(61, height, 0);
+      const IrisOracle iris = IrisFor(width, height, p);
+      Frame want = Frame::Filled(width, height, 0);
       for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < 61; ++x) {
-          const int d2 = (x - 30) * (x - 30) + (y - height / 2) * (y - height / 2);
+        for (int x = 0; x < width; ++x) {
+          const int d2 = (x - width / 2) * (x - width / 2) + (y - height / 2) * (y - height / 2);
           int d = int(std::sqrt(double(d2)));
           if (d * d < d2) ++d;  // distance rounded up
           const int depth = iris.rho - d;
@@ -278,7 +278,7 @@ TEST(WipeCenter, BInsideTheCircleAndARimBlendedThroughTheRaisedCosine) {
           }
         }
       }
-      EXPECT_FRAME_EQ(RenderShot("DSP_TR_WipeCenter", a, b, {p}), want) << "height " << height << " p " << p;
+      EXPECT_FRAME_EQ(RenderShot("DSP_TR_WipeCenter", a, b, {p}), want) << width << "x" << height << " p " << p;
     }
   }
   ExpectFieldsInterleave("DSP_TR_WipeCenter", 13, 10, {0.3f, 0.62f});

@@ -670,8 +670,14 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
   // The display's aspect differs from the frame's: the circle is worked out on the display, so that
   // it is round where it is seen. A row depends on nothing but its own sources, so one row of each
   // image serves every row and stays in the cache.
-  VEKImageUtility::CImageARGB ringA, ringB;
-  if (resampled && !sameColumns && (!ringA.Allocate(frame.width, 1) || !ringB.Allocate(frame.width, 1))) {
+  VEKImageUtility::CImageARGB ringA, ringB, composed;
+  // A circle row is runs of A, of B and of the blended ring. In a frame larger than the caches keep
+  // beside its sources, it is put together in a row that stays in the cache and streamed out whole,
+  // so that no line of the output is read before it is written.
+  const bool streamed = frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes;
+  const bool allocated = (!streamed || composed.Allocate(frame.width, 1)) &&
+                         (sameColumns || (ringA.Allocate(frame.width, 1) && ringB.Allocate(frame.width, 1)));
+  if (!allocated) {
     std::free(scratch);
     return VEK_E_OUTOFMEMORY;
   }
@@ -679,13 +685,17 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
   const std::ptrdiff_t nextRow = std::ptrdiff_t(frame.rowBytes) * frame.rows.step;
   const auto draw = [&](int y, const IrisRow* row) {
     const std::ptrdiff_t ahead = y <= iris.cy ? nextRow : -nextRow;
-    if (!resampled) {
-      if (!row) return CopyPixels(frame.RowA(y), 0, frame.OutputRow(y), 0, frame.width, ahead);
-      return Iris::Draw(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), frame.width, *row, ahead);
+    if (!row) {
+      if (resampled) return columns.DrawA(frame.RowA(y), frame.OutputRow(y), ahead);
+      return CopyPixels(frame.RowA(y), 0, frame.OutputRow(y), 0, frame.width, ahead);
     }
-    if (!row) return columns.DrawA(frame.RowA(y), frame.OutputRow(y), ahead);
-    columns.Draw(frame.RowA(y), frame.RowB(y), frame.OutputRow(y), *row, ringA.Row(0), ringB.Row(0), frameWeights,
-                 ahead);
+    uint8_t* out = streamed ? composed.Row(0) : frame.OutputRow(y);
+    if (resampled) {
+      columns.Draw(frame.RowA(y), frame.RowB(y), out, *row, ringA.Row(0), ringB.Row(0), frameWeights, ahead);
+    } else {
+      Iris::Draw(frame.RowA(y), frame.RowB(y), out, frame.width, *row, ahead);
+    }
+    if (streamed) StreamPixelsSse2(out, 0, frame.OutputRow(y), 0, frame.width, 0);
   };
   // A row and its mirror image about the centre row share their columns and ring weights; the
   // mirror lies in the same field.
@@ -698,6 +708,7 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
     if (mirror > y && mirror < frame.height) draw(mirror, inside ? &row : nullptr);
   });
   std::free(scratch);
+  if (streamed) StreamFenceSse2();
   return VEK_S_OK;
 }
 
