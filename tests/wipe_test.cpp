@@ -339,6 +339,33 @@ TEST(WipeCenter, VectorGatherGivesTheScalarBytes) {
   }
 }
 
+// The vector ring weights against the rounded-up distance in integers, over the whole radius they
+// take: one weight for each depth, so that a distance one off shows.
+TEST(WipeCenter, VectorRingWeightsFollowTheDistanceRoundedUp) {
+  if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 here";
+  const int rho = vek::kVectorRingRadius - 1, ringWidth = 300;
+  std::vector<uint32_t> profile(ringWidth);
+  for (int i = 0; i < ringWidth; ++i) profile[std::size_t(i)] = uint32_t(i % 251);
+  const auto ceilSqrt = [](int64_t value) {
+    int64_t d = int64_t(std::sqrt(double(value)));
+    while (d * d < value) ++d;
+    while (d > 0 && (d - 1) * (d - 1) >= value) --d;
+    return d;
+  };
+  for (int dy = 0; dy < rho; dy += 7) {
+    const int dy2 = dy * dy, outer = int(ceilSqrt(int64_t(rho) * rho - dy2 + 1) - 1);
+    const int first = dy * 3 % 17, blocks = (outer - first + 1) / 16;
+    std::vector<uint8_t> right(std::size_t(blocks) * 16), left(right.size());
+    vek::RingWeightsAvx512(profile.data(), ringWidth, rho, dy2, first, blocks, right.data(),
+                           left.data() + left.size() - 1);
+    for (int i = 0; i < blocks * 16; ++i) {
+      const int64_t k = first + i, depth = std::min<int64_t>(rho - ceilSqrt(k * k + dy2), ringWidth - 1);
+      ASSERT_EQ(right[std::size_t(i)], profile[std::size_t(depth)]) << "k " << k << " dy " << dy;
+      ASSERT_EQ(left[left.size() - 1 - std::size_t(i)], right[std::size_t(i)]) << "k " << k << " dy " << dy;
+    }
+  }
+}
+
 TEST(WipeCenter, CircleIsRoundOnTheDisplayNotInPixels) {
   Frame a = Frame::Filled(64, 64, 0), b = Frame::Filled(64, 64, 255);
   EffectRun run("DSP_TR_WipeCenter");

@@ -65,6 +65,14 @@ void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights,
 void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels,
                        std::ptrdiff_t ahead);
 
+// A circle's ring weights on one row, for 16 * blocks column distances k from `first` on:
+// profile[min(rho - d, ringWidth - 1)] with d = ceil(sqrt(k * k + dy2)), put at right[k - first]
+// and, mirrored, at leftOfFirst[first - k]. Where Avx512KernelsUsable(), for radii rho below
+// kVectorRingRadius and every k * k + dy2 at most rho * rho.
+inline constexpr int kVectorRingRadius = 4096;
+void RingWeightsAvx512(const uint32_t* profile, int ringWidth, int rho, int dy2, int first, int blocks, uint8_t* right,
+                       uint8_t* leftOfFirst);
+
 // out pixel x = source pixel columns[x]: one sampled row. Unless `ahead` is 0, the source row
 // `ahead` bytes on is asked for too, where the columns read it.
 void GatherPixels(const uint8_t* source, const int* columns, uint8_t* out, int pixels, std::ptrdiff_t ahead);

@@ -163,6 +163,27 @@ void GatherPixelsAvx512(const uint8_t* source, const int* columns, uint8_t* out,
   GatherPixels(source, columns + x, out + std::size_t(x) * 4, pixels - x, ahead);
 }
 
+// Sixteen distances at a time in single precision: below 2^24, k * k + dy2 is exact as a float, and
+// its correctly rounded square root, rounded up, is the exact one for every such value.
+void RingWeightsAvx512(const uint32_t* profile, int ringWidth, int rho, int dy2, int first, int blocks, uint8_t* right,
+                       uint8_t* leftOfFirst) {
+  const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+  const __m128i reversed = _mm_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+  const __m512i deepest = _mm512_set1_epi32(ringWidth - 1), rhoLanes = _mm512_set1_epi32(rho);
+  for (int block = 0; block < blocks; ++block) {
+    const __m512i k = _mm512_add_epi32(_mm512_set1_epi32(first + 16 * block), lanes);
+    const __m512i square = _mm512_add_epi32(_mm512_mullo_epi32(k, k), _mm512_set1_epi32(dy2));
+    const __m512 root = _mm512_maskz_sqrt_ps(0xFFFF, _mm512_maskz_cvtepi32_ps(0xFFFF, square));
+    const __m512i d = _mm512_maskz_cvt_roundps_epi32(0xFFFF, root, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC);
+    const __m512i depth = _mm512_maskz_min_epi32(0xFFFF, _mm512_sub_epi32(rhoLanes, d), deepest);
+    const __m512i gathered =
+        _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), 0xFFFF, depth, reinterpret_cast<const int*>(profile), 4);
+    const __m128i weights = _mm512_maskz_cvtepi32_epi8(0xFFFF, gathered);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(right + 16 * block), weights);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(leftOfFirst - 16 * block - 15), _mm_shuffle_epi8(weights, reversed));
+  }
+}
+
 void GatherBytesAvx512(const uint8_t* table, const int* indices, int offset, uint8_t* out, int count) {
   const auto firstBytes = [](int n) {
     return n >= 64 ? __mmask64(~0ull) : n <= 0 ? __mmask64(0) : __mmask64((1ull << n) - 1);

@@ -484,14 +484,20 @@ struct Iris {
                               ? FloorSqrt(innerRadius * innerRadius - dy2)
                               : -1;
     // The ring's weights by column distance k from cx, k = inner + 1 on, the same on both sides:
-    // `right` in the order of k, `left` in the reverse order. The rounded-up distance d grows by 0
-    // or 1 from one k to the next (the distance itself grows by less than 1), so it is stepped
-    // rather than recomputed.
+    // `right` in the order of k, `left` in the reverse order. Sixteen at a time where the vector
+    // kernel takes them; past those, the rounded-up distance d grows by 0 or 1 from one k to the next
+    // (the distance itself grows by less than 1), so it is stepped rather than recomputed.
     const int64_t first = inner + 1, farthest = std::min<int64_t>(outer, std::max(cx, width - 1 - cx));
     uint8_t *right = weights, *left = weights + width;
-    int64_t square = first * first + dy2;  // k^2 + dy^2, kept up to date as k grows
+    int64_t k = first;
+    if (rho < kVectorRingRadius && Avx512KernelsUsable() && farthest >= first) {
+      const int blocks = int((farthest - first + 1) / 16);
+      RingWeightsAvx512(profile, ringWidth, int(rho), int(dy2), int(first), blocks, right, left + (farthest - first));
+      k += 16 * blocks;
+    }
+    int64_t square = k * k + dy2;  // k^2 + dy^2, kept up to date as k grows
     int64_t d = CeilSqrt(square), dSquare = d * d;
-    for (int64_t k = first; k <= farthest; square += 2 * k + 1, ++k) {
+    for (; k <= farthest; square += 2 * k + 1, ++k) {
       const int64_t step = dSquare < square;
       dSquare += step * (2 * d + 1);
       d += step;
