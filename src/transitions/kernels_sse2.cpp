@@ -76,9 +76,7 @@ void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights,
 namespace {
 
 inline __m128i Load(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
-inline void Store(void* at, __m128i value) {
-  _mm_storeu_si128(static_cast<__m128i*>(at), value);
-}
+inline void Store(void* at, __m128i value) { _mm_storeu_si128(static_cast<__m128i*>(at), value); }
 inline __m128i Select(__m128i mask, __m128i ifSet, __m128i ifClear) {
   return _mm_or_si128(_mm_and_si128(mask, ifSet), _mm_andnot_si128(mask, ifClear));
 }
