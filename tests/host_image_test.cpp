@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include <algorithm>
+#include <array>
 #include <random>
 #include <set>
 #include <vector>
@@ -37,6 +38,7 @@ struct RawPng {
   std::vector<png_color> palette = {};
   std::vector<uint8_t> paletteAlpha = {};
   bool interlaced = false;
+  std::array<png_uint_32, 2> pixelsAcrossAndDown = {0, 0};  // a pHYs chunk in metres when set
 
   void Write(const std::filesystem::path& path) {
     std::FILE* file = std::fopen(path.string().c_str(), "wb");
@@ -48,6 +50,9 @@ struct RawPng {
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     if (!palette.empty()) png_set_PLTE(png, info, palette.data(), int(palette.size()));
     if (!paletteAlpha.empty()) png_set_tRNS(png, info, paletteAlpha.data(), int(paletteAlpha.size()), nullptr);
+    if (pixelsAcrossAndDown[0] != 0) {
+      png_set_pHYs(png, info, pixelsAcrossAndDown[0], pixelsAcrossAndDown[1], PNG_RESOLUTION_METER);
+    }
     png_write_info(png, info);
     std::vector<png_bytep> pointers;
     for (auto& row : rows) pointers.push_back(row.data());
@@ -120,8 +125,9 @@ TEST(PngFiles, EveryColourTypeAndDepthBecomesEightBitArgb) {
   ExpectPixel(frame, 1, 0, 1, 2, 3, 255);
 }
 
+// `density`: the JFIF unit and the pixels a unit across and down.
 void WriteJpeg(const std::filesystem::path& path, int width, int height, int components,
-               const std::vector<uint8_t>& samples) {
+               const std::vector<uint8_t>& samples, std::array<int, 3> density = {0, 1, 1}) {
   std::FILE* file = std::fopen(path.string().c_str(), "wb");
   ASSERT_NE(file, nullptr);
   jpeg_compress_struct info;
@@ -136,6 +142,9 @@ void WriteJpeg(const std::filesystem::path& path, int width, int height, int com
   jpeg_set_defaults(&info);
   jpeg_set_quality(&info, 100, TRUE);
   info.comp_info[0].h_samp_factor = info.comp_info[0].v_samp_factor = 1;  // no chroma subsampling
+  info.density_unit = UINT8(density[0]);
+  info.X_density = UINT16(density[1]);
+  info.Y_density = UINT16(density[2]);
   jpeg_start_compress(&info, TRUE);
   while (info.next_scanline < info.image_height) {
     JSAMPROW row = const_cast<JSAMPROW>(samples.data() + std::size_t(info.next_scanline) * width * components);
@@ -184,6 +193,40 @@ TEST(JpegFiles, ReadAsOpaqueArgbInTheRightChannels) {
     EXPECT_EQ(p[1], p[2]);
     EXPECT_EQ(p[3], 255);
   }
+}
+
+// A pixel's shape: written as a PNG's pHYs chunk, and read from another writer's PNG (in metres) and
+// from a JPEG's JFIF density, with or without a unit. A shape past 16:1 reads as square.
+TEST(ImageFiles, PixelShapeTravelsWithThePicture) {
+  using vek::host::PixelAspect;
+  ScratchFolder folder("vek_pixel_shape");
+  const auto shapeOf = [&](const std::string& name) {
+    const PixelAspect aspect = vek::host::ReadStill(folder / name).pixelAspect;
+    return std::pair{aspect.width, aspect.height};
+  };
+  const Frame frame = RandomFrame(9, 4, 5);
+  vek::host::WritePng(frame, folder / "hdv.png", PixelAspect::Of(1920 * 1080, 1440 * 1080));
+  EXPECT_EQ(shapeOf("hdv.png"), (std::pair{4u, 3u}));
+  EXPECT_EQ(vek::host::ReadImage(folder / "hdv.png").bytes, frame.bytes);
+  vek::host::WritePng(frame, folder / "square.png");
+  EXPECT_EQ(shapeOf("square.png"), (std::pair{1u, 1u}));
+  EXPECT_EQ(vek::test::ReadFile(folder / "square.png").find("pHYs"), std::string::npos) << "square is not marked";
+
+  RawPng raw{2, 1, 8, PNG_COLOR_TYPE_GRAY, {{10, 20}}};
+  raw.pixelsAcrossAndDown = {2835, 5670};  // 72 and 144 a inch: pixels twice as wide as high
+  raw.Write(folder / "metres.png");
+  EXPECT_EQ(shapeOf("metres.png"), (std::pair{2u, 1u}));
+  raw.pixelsAcrossAndDown = {1, 17};
+  raw.Write(folder / "extreme.png");
+  EXPECT_EQ(shapeOf("extreme.png"), (std::pair{1u, 1u}));
+
+  const std::vector<uint8_t> grey(64, 128);
+  WriteJpeg(folder / "shape.jpg", 8, 8, 1, grey, {0, 10, 11});
+  EXPECT_EQ(shapeOf("shape.jpg"), (std::pair{11u, 10u}));
+  WriteJpeg(folder / "dpi.jpg", 8, 8, 1, grey, {1, 300, 150});
+  EXPECT_EQ(shapeOf("dpi.jpg"), (std::pair{1u, 2u}));
+  WriteJpeg(folder / "plain.jpg", 8, 8, 1, grey);
+  EXPECT_EQ(shapeOf("plain.jpg"), (std::pair{1u, 1u}));
 }
 
 TEST(ImageFiles, UnreadableFilesAreRefusedWithTheirName) {

@@ -182,6 +182,19 @@ TEST(VekhostRender, DisplaySizeKeepsTheCentreWipeRoundWhereItIsShown) {
   const auto [wideAcross, wideDown] = extentOfB(" --display 256x64");
   EXPECT_LT(wideDown, 64) << "the circle is cut by the frame";
   EXPECT_NEAR(2 * wideAcross, wideDown, 3);
+
+  // A picture written so is marked with its pixels' shape, and gives it to a rendering made from it.
+  const vek::host::PixelAspect wide = vek::host::ReadStill(folder / "out.png").pixelAspect;
+  EXPECT_EQ((std::pair{wide.width, wide.height}), (std::pair{2u, 1u}));
+  Rendered(folder, wipe + "0 --display 256x64", "wide_a.png");
+  Rendered(folder, wipe + "1 --display 256x64", "wide_b.png");
+  const std::string fromPictures =
+      "DSP_TR_WipeCenter --progress 0.3 -a " + Quoted(folder / "wide_a.png") + " -b " + Quoted(folder / "wide_b.png");
+  const Frame own = Rendered(folder, fromPictures, "own.png");
+  EXPECT_EQ(own.bytes, Rendered(folder, fromPictures + " --display 256x64").bytes);
+  EXPECT_NE(own.bytes, Rendered(folder, fromPictures + " --display 128x64").bytes);
+  const vek::host::PixelAspect kept = vek::host::ReadStill(folder / "own.png").pixelAspect;
+  EXPECT_EQ((std::pair{kept.width, kept.height}), (std::pair{2u, 1u}));
 }
 
 TEST(VekhostRender, SignedOffsetChoosesTheFlipsOffsetModeAndAmount) {

@@ -87,9 +87,17 @@ bool ReadPngPixels(PngReader& reader, png_bytep* rows) {
   return true;
 }
 
+// A pHYs chunk counts pixels a unit across and down: a pixel is as wide as 1 / across.
+PixelAspect PngPixelAspect(const PngReader& reader) {
+  png_uint_32 across = 0, down = 0;
+  int unit = 0;
+  if (!png_get_pHYs(reader.png, reader.info, &across, &down, &unit)) return {};
+  return PixelAspect::Of(down, across);
+}
+
 }  // namespace
 
-Frame DecodePng(const std::filesystem::path& path, const std::vector<uint8_t>& bytes) {
+Still DecodePng(const std::filesystem::path& path, const std::vector<uint8_t>& bytes) {
   PngReader reader;
   reader.memory.data = bytes.data();
   reader.memory.size = bytes.size();
@@ -107,7 +115,7 @@ Frame DecodePng(const std::filesystem::path& path, const std::vector<uint8_t>& b
   if (!ReadPngPixels(reader, rows.data())) {
     throw Error("cannot read the PNG file " + path.string() + ": " + reader.memory.message);
   }
-  return frame;
+  return {std::move(frame), PngPixelAspect(reader)};
 }
 
 namespace {
@@ -164,7 +172,7 @@ bool ReadJpegPixels(JpegReader& reader, uint8_t* pixels, std::size_t rowBytes) {
 
 }  // namespace
 
-Frame DecodeJpeg(const std::filesystem::path& path, const std::vector<uint8_t>& bytes) {
+Still DecodeJpeg(const std::filesystem::path& path, const std::vector<uint8_t>& bytes) {
   JpegReader reader;
   if (!ReadJpegHeader(reader, bytes)) {
     throw Error("cannot read the JPEG file " + path.string() + ": " + reader.errors.message);
@@ -174,7 +182,10 @@ Frame DecodeJpeg(const std::filesystem::path& path, const std::vector<uint8_t>& 
   if (!ReadJpegPixels(reader, frame.bytes.data(), frame.RowBytes())) {
     throw Error("cannot read the JPEG file " + path.string() + ": " + reader.errors.message);
   }
-  return frame;
+  // The JFIF densities count pixels a unit across and down, or give the shape alone (unit 0).
+  const PixelAspect aspect =
+      reader.info.saw_JFIF_marker ? PixelAspect::Of(reader.info.Y_density, reader.info.X_density) : PixelAspect{};
+  return {std::move(frame), aspect};
 }
 
 namespace {
@@ -186,11 +197,14 @@ struct PngWriter {
   ~PngWriter() { png_destroy_write_struct(&png, &info); }
 };
 
-bool WritePngSteps(PngWriter& writer, const Frame& frame, png_bytep* rows) {
+bool WritePngSteps(PngWriter& writer, const Frame& frame, PixelAspect pixelAspect, png_bytep* rows) {
   if (setjmp(png_jmpbuf(writer.png))) return false;
   png_set_write_fn(writer.png, &writer.memory, WritePngData, FlushPngData);
   png_set_IHDR(writer.png, writer.info, png_uint_32(frame.width), png_uint_32(frame.height), 8,
                PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  if (!pixelAspect.Square()) {
+    png_set_pHYs(writer.png, writer.info, pixelAspect.height, pixelAspect.width, PNG_RESOLUTION_UNKNOWN);
+  }
   png_write_info(writer.png, writer.info);
   png_set_bgr(writer.png);
   png_write_image(writer.png, rows);
@@ -200,7 +214,7 @@ bool WritePngSteps(PngWriter& writer, const Frame& frame, png_bytep* rows) {
 
 }  // namespace
 
-std::vector<uint8_t> EncodePng(const Frame& argb, const std::filesystem::path& path) {
+std::vector<uint8_t> EncodePng(const Frame& argb, PixelAspect pixelAspect, const std::filesystem::path& path) {
   std::vector<uint8_t> encoded;
   PngWriter writer;
   writer.memory.written = &encoded;
@@ -210,7 +224,7 @@ std::vector<uint8_t> EncodePng(const Frame& argb, const std::filesystem::path& p
   std::vector<png_bytep> rows(std::size_t(argb.height));
   // libpng's row type is not const, but writing only reads the rows.
   for (int y = 0; y < argb.height; ++y) rows[std::size_t(y)] = const_cast<png_bytep>(argb.Pixel(0, y));
-  if (!WritePngSteps(writer, argb, rows.data())) {
+  if (!WritePngSteps(writer, argb, pixelAspect, rows.data())) {
     throw Error("cannot encode " + path.string() + ": " + writer.memory.message);
   }
   return encoded;

@@ -7,13 +7,14 @@
 #include <vector>
 
 #include "vekhost/frame.h"
+#include "vekhost/image_io.h"
 
 namespace vek::host {
 
 // The file's bytes, already known to start as a PNG or a JPEG; the path is for messages.
-Frame DecodePng(const std::filesystem::path& path, const std::vector<uint8_t>& bytes);
-Frame DecodeJpeg(const std::filesystem::path& path, const std::vector<uint8_t>& bytes);
-// An 8-bit RGBA PNG of a frame with pixels.
-std::vector<uint8_t> EncodePng(const Frame& argb, const std::filesystem::path& path);
+Still DecodePng(const std::filesystem::path& path, const std::vector<uint8_t>& bytes);
+Still DecodeJpeg(const std::filesystem::path& path, const std::vector<uint8_t>& bytes);
+// An 8-bit RGBA PNG of a frame with pixels, with a pHYs chunk for pixels that are not square.
+std::vector<uint8_t> EncodePng(const Frame& argb, PixelAspect pixelAspect, const std::filesystem::path& path);
 
 }  // namespace vek::host

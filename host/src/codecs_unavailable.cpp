@@ -13,15 +13,15 @@ namespace {
 
 }  // namespace
 
-Frame DecodePng(const std::filesystem::path& path, const std::vector<uint8_t>&) {
+Still DecodePng(const std::filesystem::path& path, const std::vector<uint8_t>&) {
   Unavailable(path);
 }
 
-Frame DecodeJpeg(const std::filesystem::path& path, const std::vector<uint8_t>&) {
+Still DecodeJpeg(const std::filesystem::path& path, const std::vector<uint8_t>&) {
   Unavailable(path);
 }
 
-std::vector<uint8_t> EncodePng(const Frame&, const std::filesystem::path& path) {
+std::vector<uint8_t> EncodePng(const Frame&, PixelAspect, const std::filesystem::path& path) {
   Unavailable(path);
 }
 

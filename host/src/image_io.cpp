@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -45,7 +46,13 @@ bool IsImageFile(const std::filesystem::path& path) {
   return StartsWith(head, kPngSignature) || StartsWith(head, kJpegSignature);
 }
 
-Frame ReadImage(const std::filesystem::path& path) {
+PixelAspect PixelAspect::Of(uint64_t width, uint64_t height) {
+  if (width == 0 || height == 0 || width > 16 * height || height > 16 * width) return {};
+  const uint64_t common = std::gcd(width, height);
+  return {uint32_t(width / common), uint32_t(height / common)};
+}
+
+Still ReadStill(const std::filesystem::path& path) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) throw Error("no such file: " + path.string());
   const std::vector<uint8_t> bytes = ReadBytes(path, std::size_t(-1));
@@ -54,11 +61,15 @@ Frame ReadImage(const std::filesystem::path& path) {
   throw Error(path.string() + " is neither a PNG nor a JPEG file");
 }
 
-void WritePng(const Frame& argb, const std::filesystem::path& path) {
+Frame ReadImage(const std::filesystem::path& path) {
+  return ReadStill(path).frame;
+}
+
+void WritePng(const Frame& argb, const std::filesystem::path& path, PixelAspect pixelAspect) {
   if (argb.width <= 0 || argb.height <= 0 || argb.bytes.size() != argb.RowBytes() * std::size_t(argb.height)) {
     throw Error("cannot write " + path.string() + ": the frame has no pixels");
   }
-  const std::vector<uint8_t> encoded = EncodePng(argb, path);
+  const std::vector<uint8_t> encoded = EncodePng(argb, pixelAspect, path);
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   if (!file.write(reinterpret_cast<const char*>(encoded.data()), std::streamsize(encoded.size())) || !file.flush()) {
     throw Error("cannot write " + path.string());

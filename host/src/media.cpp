@@ -265,7 +265,9 @@ FrameSource::FrameSource(const std::filesystem::path& path, FrameCount count) : 
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) throw Error("no such file: " + path.string());
   if (IsImageFile(path)) {
-    current_ = ReadImage(path);
+    Still still = ReadStill(path);
+    current_ = std::move(still.frame);
+    stillAspect_ = still.pixelAspect;
   } else {
     videoFacts_ = ProbeVideo(path, count);
     current_ = Frame(videoFacts_->width, videoFacts_->height);

@@ -23,7 +23,8 @@ void AddSetupOptions(CLI::App* command, vek::tool::SetupArguments& setup) {
                       "offset mode 1, above 0 mode 2, 0 none");
   command->add_option("--display", setup.display,
                       "WIDTHxHEIGHT the frames are shown at, when their pixels are not square (sourceGeometry), "
-                      "e.g. 1920x1080 for 1440x1080 HDV; default: a video input's own, else square pixels");
+                      "e.g. 1920x1080 for 1440x1080 HDV; default: the first input file's own (a clip's sample aspect, "
+                      "a picture's pHYs or JFIF density), else square pixels");
   command->add_flag("--alpha-aware", setup.alphaAware,
                     "Set the instance's alpha-aware flag: effects that can keep alpha (the mosaic) carry it "
                     "through instead of writing 0");

@@ -92,7 +92,11 @@ class FrameWriter {
       return;
     }
     written_.emplace_back(NameForFrame(output_, index).name);
-    host::WritePng(frame, written_.back());
+    const bool square = format_.displayWidth == 0 || format_.displayHeight == 0;
+    host::WritePng(frame, written_.back(),
+                   square ? host::PixelAspect{}
+                          : host::PixelAspect::Of(uint64_t(format_.displayWidth) * uint64_t(frame.height),
+                                                  uint64_t(frame.width) * uint64_t(format_.displayHeight)));
   }
   void Finish() {
     if (video_) video_->Finish();
@@ -139,14 +143,14 @@ host::FieldOrder FieldOrderOf(const RenderRequest& request, const Input (&inputs
   return host::FieldOrder::kProgressive;
 }
 
-// Without --display: the size a rendering of `size` is shown at when the first video input's
-// pixels are not square, so that it keeps that clip's shape; 0 by 0 for square pixels.
-FrameSize DisplayOfVideos(const Input (&inputs)[2], FrameSize size) {
+// Without --display: the size a rendering of `size` is shown at when the first input file's pixels
+// are not square, so that it keeps that clip's or picture's shape; 0 by 0 for square pixels.
+FrameSize DisplayOfInputs(const Input (&inputs)[2], FrameSize size) {
   for (const Input& input : inputs) {
-    const host::VideoFacts* video = input.Video();
-    if (!video) continue;
-    if (video->pixelAspect == 1.0) break;
-    const double shape = video->width * video->pixelAspect / video->height;
+    if (input.file.empty()) continue;
+    const double aspect = input.source->PixelAspectRatio();
+    if (aspect == 1.0) break;
+    const double shape = input.source->Width() * aspect / input.source->Height();
     return {int(std::lround(size.height * shape)), size.height};
   }
   return {0, 0};
@@ -270,7 +274,7 @@ void RenderCommand(const host::Plugin& plugin, const RenderRequest& request, std
 
   host::RenderSetup setup = MakeSetup(request.setup, size);
   if (setup.displayWidth == 0) {
-    const FrameSize display = DisplayOfVideos(inputs, size);
+    const FrameSize display = DisplayOfInputs(inputs, size);
     setup.displayWidth = display.width;
     setup.displayHeight = display.height;
   }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "vekhost/frame.h"
+#include "vekhost/image_io.h"
 
 namespace vek::host {
 
@@ -137,6 +138,9 @@ class FrameSource {
   int Height() const { return current_.height; }
   // The facts of a video source; empty for a picture.
   const std::optional<VideoFacts>& Video() const { return videoFacts_; }
+  // A pixel's width over its height where the source is shown: a video's sample aspect, a
+  // picture's as its file gives it; 1 for square pixels and for a frame given as it is.
+  double PixelAspectRatio() const { return videoFacts_ ? videoFacts_->pixelAspect : stillAspect_.Ratio(); }
   // Before the first Next: what of a video is decoded.
   void PlanDecoding(DecodePlan plan) { plan_ = std::move(plan); }
   // The frame for the next step of the sequence. Throws Error when a video has no frame at all.
@@ -145,6 +149,7 @@ class FrameSource {
  private:
   std::filesystem::path path_;
   Frame current_;  // black at the video's size until the first Next
+  PixelAspect stillAspect_;
   std::optional<VideoFacts> videoFacts_;
   std::unique_ptr<VideoReader> video_;
   DecodePlan plan_;
