@@ -301,6 +301,39 @@ TEST(WipeCenter, VectorRingBlendsGiveTheScalarBytes) {
   }
 }
 
+// The ring of a display of another width: two rows sampled through the same columns and blended,
+// against the gathered rows blended by the scalar rule, with columns that take the vector permutes
+// and columns that do not, and runs ending inside a step of sixteen.
+TEST(WipeCenter, SampledRingBlendsGiveTheGatheredBytes) {
+  const auto resampled = [](int count, int from) {
+    std::vector<int> columns(std::size_t(count), 0);
+    for (int x = 0; x < count; ++x) columns[std::size_t(x)] = int((int64_t(2 * x + 1) * from) / (2 * count));
+    return columns;
+  };
+  std::vector<int> jumping(40);
+  for (int x = 0; x < 40; ++x) jumping[std::size_t(x)] = (x * 37) % 101;
+  const Frame weightBytes = Frame::Random(50, 1, 26);
+  for (const std::vector<int>& columns : {resampled(150, 110), resampled(67, 90), resampled(40, 100), jumping}) {
+    const int sourcePixels = *std::max_element(columns.begin(), columns.end()) + 1;
+    const Frame a = Frame::Random(sourcePixels, 1, 27), b = Frame::Random(sourcePixels, 1, 28);
+    std::vector<uint8_t> weights(weightBytes.bytes.begin(), weightBytes.bytes.begin() + columns.size());
+    weights[1] = 0, weights[17] = 255;
+    for (int pixels : {int(columns.size()), 16, 13}) {
+      std::vector<uint8_t> gatheredA(std::size_t(pixels) * 4), gatheredB(gatheredA.size()), want(gatheredA.size());
+      vek::GatherPixels(a.bytes.data(), columns.data(), gatheredA.data(), pixels, 0);
+      vek::GatherPixels(b.bytes.data(), columns.data(), gatheredB.data(), pixels, 0);
+      vek::WeightedRowScalar(gatheredA.data(), gatheredB.data(), weights.data(), want.data(), pixels);
+      std::vector<uint8_t> got(want.size());
+      vek::SampledWeightedRow(a.bytes.data(), b.bytes.data(), columns.data(), weights.data(), got.data(), pixels, 0);
+      EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels;
+      if (!vek::Avx512KernelsUsable()) continue;
+      vek::SampledWeightedRowAvx512(a.bytes.data(), b.bytes.data(), columns.data(), weights.data(), got.data(), pixels,
+                                    0);
+      EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels << ", AVX-512";
+    }
+  }
+}
+
 // The vector gather against the scalar one: columns resampled up and down (down by 2.5, further
 // than one permute reaches), running backwards or jumping, and runs ending inside a step of
 // sixteen. Each source is exactly as long as its columns need.

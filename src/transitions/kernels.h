@@ -65,6 +65,17 @@ void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights,
 void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels,
                        std::ptrdiff_t ahead);
 
+// WeightedRow of two sampled rows: a and b are pixels columns[x] of their rows. Unless `ahead` is 0,
+// the rows `ahead` bytes on are asked for too, where the columns read them.
+void SampledWeightedRow(const uint8_t* a, const uint8_t* b, const int* columns, const uint8_t* weights, uint8_t* out,
+                        int pixels, std::ptrdiff_t ahead);
+// The same sixteen pixels at a time, where Avx512KernelsUsable(), each source's sixteen one permute
+// where the columns lie within 32 of each other, as GatherPixelsAvx512 takes them.
+void SampledWeightedRowAvx512(const uint8_t* a, const uint8_t* b, const int* columns, const uint8_t* weights,
+                              uint8_t* out, int pixels, std::ptrdiff_t ahead);
+using SampledWeightedRowFn = void (*)(const uint8_t* a, const uint8_t* b, const int* columns, const uint8_t* weights,
+                                      uint8_t* out, int pixels, std::ptrdiff_t ahead);
+
 // A circle's ring weights on one row, for 16 * blocks column distances k from `first` on:
 // profile[min(rho - d, ringWidth - 1)] with d = ceil(sqrt(k * k + dy2)), put at right[k - first]
 // and, mirrored, at leftOfFirst[first - k]. Where Avx512KernelsUsable(), for radii rho below

@@ -211,32 +211,61 @@ void GatherBytesAvx512(const uint8_t* table, const int* indices, int offset, uin
   GatherBytes(table, indices + i, offset, out + i, count - i);
 }
 
-void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels,
-                       std::ptrdiff_t ahead) {
+// a + floor((b - a) * w / 256) for sixteen pixels a and b, with their sixteen weights: in 16-bit
+// lanes, mulhi of (b - a) * 128 and 2 w, as the SSE2 row.
+__m512i Weighted16(__m512i va, __m512i vb, const uint8_t* weights) {
   const __m512i lowSpread = _mm512_loadu_si512(kWeightSpread.low);
   const __m512i highSpread = _mm512_loadu_si512(kWeightSpread.high);
   constexpr __mmask64 kEvenBytes = 0x5555555555555555u;
   const __m512i zero = _mm512_setzero_si512();
-  // floor((b - a) * w / 256): mulhi of (b - a) * 128 and 2 w, as the SSE2 row.
   const auto step = [](__m512i a16, __m512i b16, __m512i w16) {
     return _mm512_add_epi16(a16, _mm512_mulhi_epi16(ShiftLeft16<7>(_mm512_sub_epi16(b16, a16)),
                                                     _mm512_add_epi16(w16, w16)));
   };
+  const __m512i sixteen = _mm512_castsi128_si512(_mm_loadu_si128(reinterpret_cast<const __m128i*>(weights)));
+  const __m512i wLow = _mm512_maskz_permutexvar_epi8(kEvenBytes, lowSpread, sixteen);
+  const __m512i wHigh = _mm512_maskz_permutexvar_epi8(kEvenBytes, highSpread, sixteen);
+  const __m512i low = step(_mm512_unpacklo_epi8(va, zero), _mm512_unpacklo_epi8(vb, zero), wLow);
+  const __m512i high = step(_mm512_unpackhi_epi8(va, zero), _mm512_unpackhi_epi8(vb, zero), wHigh);
+  return _mm512_packus_epi16(low, high);
+}
+
+void WeightedRowAvx512(const uint8_t* a, const uint8_t* b, const uint8_t* weights, uint8_t* out, int pixels,
+                       std::ptrdiff_t ahead) {
   int x = 0;
   for (; x + 16 <= pixels; x += 16) {
-    const __m512i sixteen = _mm512_castsi128_si512(_mm_loadu_si128(reinterpret_cast<const __m128i*>(weights + x)));
-    const __m512i wLow = _mm512_maskz_permutexvar_epi8(kEvenBytes, lowSpread, sixteen);
-    const __m512i wHigh = _mm512_maskz_permutexvar_epi8(kEvenBytes, highSpread, sixteen);
     const std::size_t at = std::size_t(x) * 4;
     _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(a + at) + uintptr_t(ahead)), _MM_HINT_T0);
     _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(b + at) + uintptr_t(ahead)), _MM_HINT_T0);
-    const __m512i va = _mm512_loadu_si512(a + at), vb = _mm512_loadu_si512(b + at);
-    const __m512i low = step(_mm512_unpacklo_epi8(va, zero), _mm512_unpacklo_epi8(vb, zero), wLow);
-    const __m512i high = step(_mm512_unpackhi_epi8(va, zero), _mm512_unpackhi_epi8(vb, zero), wHigh);
-    _mm512_storeu_si512(out + at, _mm512_packus_epi16(low, high));
+    _mm512_storeu_si512(out + at, Weighted16(_mm512_loadu_si512(a + at), _mm512_loadu_si512(b + at), weights + x));
   }
   const std::size_t at = std::size_t(x) * 4;
   WeightedRowSse2(a + at, b + at, weights + x, out + at, pixels - x, ahead);
+}
+
+void SampledWeightedRowAvx512(const uint8_t* a, const uint8_t* b, const int* columns, const uint8_t* weights,
+                              uint8_t* out, int pixels, std::ptrdiff_t ahead) {
+  const auto* pixelsA = reinterpret_cast<const int32_t*>(a);
+  const auto* pixelsB = reinterpret_cast<const int32_t*>(b);
+  int x = 0;
+  for (; x + 16 <= pixels; x += 16) {
+    const int first = columns[x], span = columns[x + 15] - first + 1;
+    const uintptr_t from = std::size_t(first) * 4 + uintptr_t(ahead);
+    _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(a) + from), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(b) + from), _MM_HINT_T0);
+    const __m512i index = _mm512_sub_epi32(_mm512_loadu_si512(columns + x), _mm512_set1_epi32(first));
+    if (span > 32 || _mm512_cmpge_epu32_mask(index, _mm512_set1_epi32(span)) != 0) {
+      SampledWeightedRow(a, b, columns + x, weights + x, out + std::size_t(x) * 4, 16, 0);
+      continue;
+    }
+    const __mmask16 low = FirstLanes(span), high = FirstLanes(span > 16 ? span - 16 : 0);
+    const __m512i va = _mm512_permutex2var_epi32(_mm512_maskz_loadu_epi32(low, pixelsA + first), index,
+                                                 _mm512_maskz_loadu_epi32(high, pixelsA + first + 16));
+    const __m512i vb = _mm512_permutex2var_epi32(_mm512_maskz_loadu_epi32(low, pixelsB + first), index,
+                                                 _mm512_maskz_loadu_epi32(high, pixelsB + first + 16));
+    _mm512_storeu_si512(out + std::size_t(x) * 4, Weighted16(va, vb, weights + x));
+  }
+  SampledWeightedRow(a, b, columns + x, weights + x, out + std::size_t(x) * 4, pixels - x, 0);
 }
 
 // Sixteen pixels a step, as the SSE4.1 row takes four: a * (32 - k) + b * k with k = clamp(t - m,

@@ -73,6 +73,18 @@ void WeightedRowSse2(const uint8_t* a, const uint8_t* b, const uint8_t* weights,
   WeightedRowScalar(a, b, weights + x, out, pixels - x);
 }
 
+void SampledWeightedRow(const uint8_t* a, const uint8_t* b, const int* columns, const uint8_t* weights, uint8_t* out,
+                        int pixels, std::ptrdiff_t ahead) {
+  constexpr int kChunk = 64;
+  alignas(16) uint8_t sampledA[kChunk * 4], sampledB[kChunk * 4];
+  for (int x = 0; x < pixels; x += kChunk) {
+    const int count = std::min(kChunk, pixels - x);
+    GatherPixels(a, columns + x, sampledA, count, ahead);
+    GatherPixels(b, columns + x, sampledB, count, ahead);
+    WeightedRowSse2(sampledA, sampledB, weights + x, out + std::size_t(x) * 4, count, 0);
+  }
+}
+
 namespace {
 
 inline __m128i Load(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }

@@ -546,6 +546,7 @@ struct DisplayColumns {
   bool sameColumns;
   GatherPixelsFn gather;
   GatherBytesFn gatherWeights;
+  SampledWeightedRowFn blend;
 
   // The first frame column that shows display column `c` or one after it.
   int FrameColumnOf(int c) const { return int(std::lower_bound(toFrame, toFrame + frameWidth, c) - toFrame); }
@@ -561,20 +562,15 @@ struct DisplayColumns {
   // A row outside the circle: A through the display. `ahead` as for Iris::Draw.
   void DrawA(const uint8_t* a, uint8_t* out, std::ptrdiff_t ahead) const { Take(a, 0, frameWidth, out, ahead); }
 
-  // A row of the circle. `ringA` and `ringB` are frame-width rows for the sources' pixels through
-  // the display, needed when columns do not come back to themselves; `weights` takes one byte a
-  // frame column.
-  void Draw(const uint8_t* a, const uint8_t* b, uint8_t* out, const IrisRow& row, uint8_t* ringA, uint8_t* ringB,
-            uint8_t* weights, std::ptrdiff_t ahead) const {
+  // A row of the circle; `weights` takes one byte a frame column.
+  void Draw(const uint8_t* a, const uint8_t* b, uint8_t* out, const IrisRow& row, uint8_t* weights,
+            std::ptrdiff_t ahead) const {
     const auto take = [&](const uint8_t* source, int from, int to) { Take(source, from, to, out, ahead); };
     const auto ring = [&](const uint8_t* displayWeights, int displayFrom, int displayTo) {
       const int from = FrameColumnOf(displayFrom), to = FrameColumnOf(displayTo);
       gatherWeights(displayWeights, toFrame + from, displayFrom, weights, to - from);
       if (sameColumns) return Iris::BlendRun(a, b, out, weights, from, to, ahead);
-      const std::size_t at = std::size_t(from) * 4;
-      gather(a, throughDisplay + from, ringA + at, to - from, ahead);
-      gather(b, throughDisplay + from, ringB + at, to - from, ahead);
-      Iris::BlendRun(ringA, ringB, out, weights, from, to, 0);
+      blend(a, b, throughDisplay + from, weights, out + std::size_t(from) * 4, to - from, ahead);
     };
     take(a, 0, FrameColumnOf(row.x0));
     ring(row.leftWeights, row.x0, row.x1);
@@ -648,8 +644,8 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
   const bool resampled = displayWidth != frame.width;
   // Scratch: the column maps to and from the display width (when it differs), and from the frame
   // through the display back to the frame; one row of ring weights for each side on the display,
-  // and one on the frame. All of it, and the rows for the sources through the display, are had
-  // before anything is written.
+  // and one on the frame. All of it, and the row that a large frame's circle rows are put together
+  // in, is had before anything is written.
   const std::size_t mapInts = resampled ? std::size_t(displayWidth) + 2 * std::size_t(frame.width) : 0;
   const std::size_t weightBytes = 2 * std::size_t(displayWidth) + std::size_t(frame.width) + 1;
   auto* scratch = static_cast<int*>(std::malloc(mapInts * sizeof(int) + weightBytes));
@@ -672,18 +668,14 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
                                frame.width,
                                sameColumns,
                                Avx512KernelsUsable() ? GatherPixelsAvx512 : GatherPixels,
-                               Avx512KernelsUsable() ? GatherBytesAvx512 : GatherBytes};
-  // The display's aspect differs from the frame's: the circle is worked out on the display, so that
-  // it is round where it is seen. A row depends on nothing but its own sources, so one row of each
-  // image serves every row and stays in the cache.
-  VEKImageUtility::CImageARGB ringA, ringB, composed;
+                               Avx512KernelsUsable() ? GatherBytesAvx512 : GatherBytes,
+                               Avx512KernelsUsable() ? SampledWeightedRowAvx512 : SampledWeightedRow};
   // A circle row is runs of A, of B and of the blended ring. In a frame larger than the caches keep
   // beside its sources, it is put together in a row that stays in the cache and streamed out whole,
   // so that no line of the output is read before it is written.
   const bool streamed = frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes;
-  const bool allocated = (!streamed || composed.Allocate(frame.width, 1)) &&
-                         (sameColumns || (ringA.Allocate(frame.width, 1) && ringB.Allocate(frame.width, 1)));
-  if (!allocated) {
+  VEKImageUtility::CImageARGB composed;
+  if (streamed && !composed.Allocate(frame.width, 1)) {
     std::free(scratch);
     return VEK_E_OUTOFMEMORY;
   }
@@ -697,7 +689,7 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
     }
     uint8_t* out = streamed ? composed.Row(0) : frame.OutputRow(y);
     if (resampled) {
-      columns.Draw(frame.RowA(y), frame.RowB(y), out, *row, ringA.Row(0), ringB.Row(0), frameWeights, ahead);
+      columns.Draw(frame.RowA(y), frame.RowB(y), out, *row, frameWeights, ahead);
     } else {
       Iris::Draw(frame.RowA(y), frame.RowB(y), out, frame.width, *row, ahead);
     }
