@@ -326,10 +326,16 @@ TEST(WipeCenter, SampledRingBlendsGiveTheGatheredBytes) {
       std::vector<uint8_t> got(want.size());
       vek::SampledWeightedRow(a.bytes.data(), b.bytes.data(), columns.data(), weights.data(), got.data(), pixels, 0);
       EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels;
-      if (!vek::Avx512KernelsUsable()) continue;
-      vek::SampledWeightedRowAvx512(a.bytes.data(), b.bytes.data(), columns.data(), weights.data(), got.data(), pixels,
+      if (vek::Avx512KernelsUsable()) {
+        vek::SampledWeightedRowAvx512(a.bytes.data(), b.bytes.data(), columns.data(), weights.data(), got.data(),
+                                      pixels, 0);
+        EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels << ", AVX-512";
+      }
+      if (vek::Avx2KernelsUsable()) {
+        vek::SampledWeightedRowAvx2(a.bytes.data(), b.bytes.data(), columns.data(), weights.data(), got.data(), pixels,
                                     0);
-      EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels << ", AVX-512";
+        EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels << ", AVX2";
+      }
     }
   }
 }
@@ -338,7 +344,7 @@ TEST(WipeCenter, SampledRingBlendsGiveTheGatheredBytes) {
 // than one permute reaches), running backwards or jumping, and runs ending inside a step of
 // sixteen. Each source is exactly as long as its columns need.
 TEST(WipeCenter, VectorGatherGivesTheScalarBytes) {
-  if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 here";
+  if (!vek::Avx512KernelsUsable() && !vek::Avx2KernelsUsable()) GTEST_SKIP() << "no AVX2 here";
   const auto resampled = [](int count, int from) {
     std::vector<int> columns(std::size_t(count), 0);
     for (int x = 0; x < count; ++x) columns[std::size_t(x)] = int((int64_t(2 * x + 1) * from) / (2 * count));
@@ -353,10 +359,17 @@ TEST(WipeCenter, VectorGatherGivesTheScalarBytes) {
     for (int pixels : {int(columns.size()), 16, 13}) {
       std::vector<uint8_t> want(std::size_t(pixels) * 4), got(want.size());
       vek::GatherPixels(source.bytes.data(), columns.data(), want.data(), pixels, 0);
-      vek::GatherPixelsAvx512(source.bytes.data(), columns.data(), got.data(), pixels, 0);
-      EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels;
+      if (vek::Avx512KernelsUsable()) {
+        vek::GatherPixelsAvx512(source.bytes.data(), columns.data(), got.data(), pixels, 0);
+        EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels << ", AVX-512";
+      }
+      if (vek::Avx2KernelsUsable()) {
+        vek::GatherPixelsAvx2(source.bytes.data(), columns.data(), got.data(), pixels, 0);
+        EXPECT_EQ(got, want) << pixels << " pixels from " << sourcePixels << ", AVX2";
+      }
     }
   }
+  if (!vek::Avx512KernelsUsable()) return;
   // The ring weights through the same kind of columns, counted from an offset: down by 2.3 is
   // further than one byte permute reaches.
   constexpr int kOffset = 7;

@@ -73,6 +73,9 @@ void SampledWeightedRow(const uint8_t* a, const uint8_t* b, const int* columns, 
 // where the columns lie within 32 of each other, as GatherPixelsAvx512 takes them.
 void SampledWeightedRowAvx512(const uint8_t* a, const uint8_t* b, const int* columns, const uint8_t* weights,
                               uint8_t* out, int pixels, std::ptrdiff_t ahead);
+// The same eight pixels at a time, where Avx2KernelsUsable(), for eight columns within 16.
+void SampledWeightedRowAvx2(const uint8_t* a, const uint8_t* b, const int* columns, const uint8_t* weights,
+                            uint8_t* out, int pixels, std::ptrdiff_t ahead);
 using SampledWeightedRowFn = void (*)(const uint8_t* a, const uint8_t* b, const int* columns, const uint8_t* weights,
                                       uint8_t* out, int pixels, std::ptrdiff_t ahead);
 
@@ -91,6 +94,8 @@ void GatherPixels(const uint8_t* source, const int* columns, uint8_t* out, int p
 // as a resampling's near-neighbour columns do, are one permute of the source pixels they span;
 // others are taken one by one.
 void GatherPixelsAvx512(const uint8_t* source, const int* columns, uint8_t* out, int pixels, std::ptrdiff_t ahead);
+// The same eight pixels at a time, where Avx2KernelsUsable(), for eight columns within 16.
+void GatherPixelsAvx2(const uint8_t* source, const int* columns, uint8_t* out, int pixels, std::ptrdiff_t ahead);
 using GatherPixelsFn = void (*)(const uint8_t* source, const int* columns, uint8_t* out, int pixels,
                                 std::ptrdiff_t ahead);
 // out[i] = table[indices[i] - offset] for nondecreasing indices.

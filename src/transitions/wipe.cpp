@@ -667,9 +667,13 @@ VekStatus TR_WipeCenter::Process(VekEffectInstance* instance) noexcept {
                                throughDisplay,
                                frame.width,
                                sameColumns,
-                               Avx512KernelsUsable() ? GatherPixelsAvx512 : GatherPixels,
+                               Avx512KernelsUsable() ? GatherPixelsAvx512
+                               : Avx2KernelsUsable() ? GatherPixelsAvx2
+                                                     : GatherPixels,
                                Avx512KernelsUsable() ? GatherBytesAvx512 : GatherBytes,
-                               Avx512KernelsUsable() ? SampledWeightedRowAvx512 : SampledWeightedRow};
+                               Avx512KernelsUsable() ? SampledWeightedRowAvx512
+                               : Avx2KernelsUsable() ? SampledWeightedRowAvx2
+                                                     : SampledWeightedRow};
   // A circle row is runs of A, of B and of the blended ring. In a frame larger than the caches keep
   // beside its sources, it is put together in a row that stays in the cache and streamed out whole,
   // so that no line of the output is read before it is written.
