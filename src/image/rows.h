@@ -1,6 +1,9 @@
 // The rows an effect visits, and the split of a whole frame's rows over worker tasks.
 #pragma once
 
+#include <algorithm>
+#include <atomic>
+
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
 #include <tbb/partitioner.h>
@@ -48,6 +51,22 @@ template <class Band> void ParallelRows(int32_t workers, int height, Band&& band
         }
       },
       tbb::auto_partitioner());
+}
+
+// Runs item(i) for every i in [0, count): one loop below two workers, otherwise up to `workers`
+// oneTBB tasks that each take the next item as they finish one, so that a worker slowed by another
+// program leaves its share to the others.
+template <class Item>
+void ParallelItems(int32_t workers, int count, Item&& item) {
+  if (count <= 0) return;
+  if (workers < 2) {
+    for (int i = 0; i < count; ++i) item(i);
+    return;
+  }
+  std::atomic<int> next{0};
+  tbb::parallel_for(0, std::min<int>(workers, count), [&](int) {
+    for (int i; (i = next.fetch_add(1, std::memory_order_relaxed)) < count;) item(i);
+  });
 }
 
 }  // namespace vek

@@ -39,9 +39,7 @@ VekStatus BeginPush(VekEffectInstance* instance, const VekParamDescriptor* rows,
 void RenderPush(const TransitionFrame& frame, const PushLayout& layout, int n, int travel, const uint8_t black[4]) {
   if (n <= 0) return frame.CopyRows(frame.sourceA);
   if (n >= travel) return frame.CopyRows(frame.sourceB);
-  const RunWriter writer = RunWriter::For(frame);
-  ForEachRow(frame.rows, [&](int y) { PushRow(frame, layout, black, y, writer); });
-  writer.Finish();
+  WriteRows(frame, [&](int y, const RunWriter& writer) { PushRow(frame, layout, black, y, writer); });
 }
 
 constexpr uint8_t kNoBlack[4] = {0, 0, 0, 0};
@@ -110,9 +108,7 @@ VekStatus TR_Swap::Process(VekEffectInstance* instance) noexcept {
     case kPushLeft: layout = {false, w - k, {moving, k}, {nullptr, 0}}; break;
     default: layout = {false, k, {nullptr, 0}, {moving, -k}};
   }
-  const RunWriter writer = RunWriter::For(frame);
-  ForEachRow(frame.rows, [&](int y) { PushRow(frame, layout, black, y, writer); });
-  writer.Finish();
+  WriteRows(frame, [&](int y, const RunWriter& writer) { PushRow(frame, layout, black, y, writer); });
   return VEK_S_OK;
 }
 

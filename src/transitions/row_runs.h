@@ -3,6 +3,7 @@
 // two shifted pieces.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -34,6 +35,24 @@ struct RunWriter {
     if (copy == StreamPixelsSse2) StreamFenceSse2();
   }
 };
+
+// Writes the visited rows with row(y, writer), then fences what was streamed. A field runs on one
+// loop, as fields never use the worker pool; a whole frame is handed out in chunks of rows to the
+// instance's workers, each chunk fencing its own stores before the frame counts as done.
+template <class RowFn>
+void WriteRows(const TransitionFrame& frame, RowFn&& row) {
+  const RunWriter writer = RunWriter::For(frame);
+  if (frame.rows.step != 1) {
+    ForEachRow(frame.rows, [&](int y) { row(y, writer); });
+    return writer.Finish();
+  }
+  constexpr int kChunkRows = 32;
+  ParallelItems(frame.workers, (frame.height + kChunkRows - 1) / kChunkRows, [&](int chunk) {
+    const int y0 = chunk * kChunkRows, y1 = std::min(frame.height, y0 + kChunkRows);
+    for (int y = y0; y < y1; ++y) row(y, writer);
+    writer.Finish();
+  });
+}
 
 enum PushDirection { kPushUp, kPushDown, kPushLeft, kPushRight };
 

@@ -66,9 +66,7 @@ VekStatus TR_Shutter::Process(VekEffectInstance* instance) noexcept {
   const int k = direction == kPushUp     ? int(frame.height * (1.0 - p) * 0.0625)
                 : direction == kPushDown ? int(frame.height * p * 0.0625)
                                          : int(frame.width * p * 0.0625);
-  const RunWriter writer = RunWriter::For(frame);
-  ForEachRow(frame.rows, [&](int y) { ShutterRow(frame, direction, k, y, writer); });
-  writer.Finish();
+  WriteRows(frame, [&](int y, const RunWriter& writer) { ShutterRow(frame, direction, k, y, writer); });
   return VEK_S_OK;
 }
 
@@ -86,13 +84,11 @@ VekStatus TR_Splices::Process(VekEffectInstance* instance) noexcept {
   if (n >= travel) return frame.CopyRows(frame.sourceB), VEK_S_OK;
 
   // A strip's direction follows its number, even strips first, also where strips are empty.
-  const RunWriter writer = RunWriter::For(frame);
   if (!vertical) {  // strips of rows: even ones shove left, odd ones right
     const PushLayout even = ShoveLayout(frame, kPushLeft, n), odd = ShoveLayout(frame, kPushRight, n);
-    ForEachRow(frame.rows, [&](int y) {
+    WriteRows(frame, [&](int y, const RunWriter& writer) {
       PushRow(frame, StripOf(frame.height, kStrips, y) % 2 == 0 ? even : odd, kNoBlack, y, writer);
     });
-    writer.Finish();
     return VEK_S_OK;
   }
   // Strips of columns: even ones shove up, odd ones down, so each row takes one source row for the
@@ -100,10 +96,9 @@ VekStatus TR_Splices::Process(VekEffectInstance* instance) noexcept {
   const PushLayout even = ShoveLayout(frame, kPushUp, n), odd = ShoveLayout(frame, kPushDown, n);
   int cuts[kStrips - 1];
   for (int i = 1; i < kStrips; ++i) cuts[i - 1] = StripStart(frame.width, kStrips, i);
-  ForEachRow(frame.rows, [&](int y) {
+  WriteRows(frame, [&](int y, const RunWriter& writer) {
     AlternateRuns(PushedRow(frame, even, y), PushedRow(frame, odd, y), frame.OutputRow(y), frame.width, cuts,
                   kStrips - 1, writer.copy, writer.ahead);
   });
-  writer.Finish();
   return VEK_S_OK;
 }

@@ -17,7 +17,8 @@ bool BeginTransition(VekEffectInstance* instance, TransitionFrame& frame) noexce
            sized ? height : 0,
            std::size_t(sized ? width : 0) * 4,
            RowsFor(instance->fieldMode, sized ? height : 0),
-           instance->paramValues ? LoadValue<float>(instance->paramValues, 0) : 0.0f};
+           instance->paramValues ? LoadValue<float>(instance->paramValues, 0) : 0.0f,
+           instance->workerCount};
   return true;
 }
 

@@ -19,6 +19,7 @@ struct TransitionFrame {
   std::size_t rowBytes;
   RowSet rows;
   float progress;
+  int32_t workers;  // the instance's worker count: a whole frame's rows may be split over that many tasks
 
   bool HasBuffers() const { return sourceA && sourceB && output; }
   const uint8_t* RowA(int y) const { return sourceA + std::size_t(y) * rowBytes; }

@@ -76,9 +76,7 @@ void HardEdgeRow(const TransitionFrame& frame, int direction, int n, int y, cons
 void RenderHardEdge(const TransitionFrame& frame, int direction, int n) {
   if (n <= 0) return frame.CopyRows(frame.sourceA);
   if (n >= Travel(frame, direction)) return frame.CopyRows(frame.sourceB);
-  const RunWriter writer = RunWriter::For(frame);
-  ForEachRow(frame.rows, [&](int y) { HardEdgeRow(frame, direction, n, y, writer); });
-  writer.Finish();
+  WriteRows(frame, [&](int y, const RunWriter& writer) { HardEdgeRow(frame, direction, n, y, writer); });
 }
 
 // Frames larger than any buffer we could allocate are refused before asking for memory.
@@ -259,9 +257,7 @@ VekStatus TR_DirtyWipe::Process(VekEffectInstance* instance) noexcept {
   const bool band = tiles.spread > 0 && tiles.count > 0;
   auto* offsets = band ? static_cast<int*>(std::malloc(std::size_t(tiles.count) * sizeof(int))) : nullptr;
   if (band && !offsets) return VEK_E_OUTOFMEMORY;
-  const RunWriter writer = RunWriter::For(frame);
-  ForEachRow(frame.rows, [&](int y) { HardEdgeRow(frame, direction, n, y, writer); });
-  writer.Finish();  // the tiles go over the hard wipe
+  WriteRows(frame, [&](int y, const RunWriter& writer) { HardEdgeRow(frame, direction, n, y, writer); });
   if (!band) return VEK_S_OK;
   // Kept on purpose: the process-wide generator, unseeded here, so the band differs every frame.
   for (int i = 0; i < tiles.count; ++i) offsets[i] = std::rand() % tiles.spread - (4 * length) / 20;
@@ -318,9 +314,7 @@ VekStatus TR_Box::Process(VekEffectInstance* instance) noexcept {
   const uint8_t* outer = in ? frame.sourceB : frame.sourceA;
   const uint8_t* inner = in ? frame.sourceA : frame.sourceB;
   const int insetX = in ? halfX : frame.width / 2 - halfX, insetY = in ? halfY : frame.height / 2 - halfY;
-  const RunWriter writer = RunWriter::For(frame);
-  ForEachRow(frame.rows, [&](int y) { BoxRow(frame, outer, inner, insetX, insetY, y, writer); });
-  writer.Finish();
+  WriteRows(frame, [&](int y, const RunWriter& writer) { BoxRow(frame, outer, inner, insetX, insetY, y, writer); });
   return VEK_S_OK;
 }
 
@@ -399,9 +393,7 @@ VekStatus TR_WipeClock::Process(VekEffectInstance* instance) noexcept {
   if (!ReadChoice(*instance, kParams.data(), 1, direction)) return VEK_E_FAIL;
   const ClockSweep sweep = SweepFor(frame, direction == 1);
   if (sweep.wholeQuadrants == 4) return frame.CopyRows(frame.sourceB), VEK_S_OK;
-  const RunWriter writer = RunWriter::For(frame);
-  ForEachRow(frame.rows, [&](int y) { ClockRow(frame, sweep, y, writer); });
-  writer.Finish();
+  WriteRows(frame, [&](int y, const RunWriter& writer) { ClockRow(frame, sweep, y, writer); });
   return VEK_S_OK;
 }
 
