@@ -17,6 +17,7 @@ struct Family {
   const char* name;
   std::initializer_list<const char*> options;  // P2's options, or one empty name
   bool copies;                                 // measured against memcpy
+  bool splitsRows;                             // a whole frame's rows go to the instance's workers
   int renderHint = 0;
 };
 
@@ -42,30 +43,33 @@ void RowCopies(benchmark::State& state, Size size, BaselineKind baseline, CopyPi
                  [size](benchmark::State& s, BaselineKind kind) { RowCopies(s, size, kind, CopyPixels, true); });
   const std::initializer_list<const char*> directions = {"Up", "Down", "Left", "Right"};
   const Family families[] = {
-      {"DSP_TR_Wipe", "Wipe", directions, true},
-      {"DSP_TR_Slide", "Slide", directions, true},
-      {"DSP_TR_Shove", "Shove", directions, true},
-      {"DSP_TR_Swap", "Swap", directions, true},
-      {"DSP_TR_Box", "Box", {"In", "Out"}, true},
-      {"DSP_TR_Shutter", "Shutter", directions, true},
-      {"DSP_TR_Splices", "Splices", {"Horizontal", "Vertical"}, true},
-      {"DSP_TR_WipeClock", "WipeClock", {"CCW", "CW"}, true},
-      {"DSP_TR_DirtyWipe", "DirtyWipe", directions, true},
-      {"DSP_TR_WipeSoft", "WipeSoft/vector", directions, false, 3},
-      {"DSP_TR_WipeSoft", "WipeSoft/scalar", directions, false, 0},
-      {"DSP_TR_WipeCenter", "WipeCenter", {""}, false},
-      {"DSP_TR_Cross", "Cross", {""}, false},
-      {"DSP_TR_Door", "Door", {""}, false},
+      {"DSP_TR_Wipe", "Wipe", directions, true, true},
+      {"DSP_TR_Slide", "Slide", directions, true, true},
+      {"DSP_TR_Shove", "Shove", directions, true, true},
+      {"DSP_TR_Swap", "Swap", directions, true, true},
+      {"DSP_TR_Box", "Box", {"In", "Out"}, true, true},
+      {"DSP_TR_Shutter", "Shutter", directions, true, true},
+      {"DSP_TR_Splices", "Splices", {"Horizontal", "Vertical"}, true, true},
+      {"DSP_TR_WipeClock", "WipeClock", {"CCW", "CW"}, true, true},
+      {"DSP_TR_DirtyWipe", "DirtyWipe", directions, true, true},
+      {"DSP_TR_WipeSoft", "WipeSoft/vector", directions, false, false, 3},
+      {"DSP_TR_WipeSoft", "WipeSoft/scalar", directions, false, false, 0},
+      {"DSP_TR_WipeCenter", "WipeCenter", {""}, false, false},
+      {"DSP_TR_Cross", "Cross", {""}, false, false},
+      {"DSP_TR_Door", "Door", {""}, false, false},
   };
   for (const Family& family : families) {
     int32_t option = 0;
     for (const char* optionName : family.options) {
       for (float progress : {0.2f, 0.5f, 0.8f}) {
-        for (int field : {0, 1}) {
-          if (field == 1 && progress != 0.5f) continue;
-          const std::string name = Name({family.name, *optionName ? "/" : "", optionName, "/p",
-                                         std::to_string(progress).substr(0, 3), field ? "/field/" : "/", size.Name()});
-          const EffectSetup setup{family.classId, size, family.renderHint, field, 1, [=](uint8_t* values) {
+        // A field, and two workers as a host on two processors sets up, at p 0.5.
+        for (const auto& [field, workers] : {std::pair{0, 1}, std::pair{1, 1}, std::pair{0, 2}}) {
+          if ((field == 1 || workers == 2) && progress != 0.5f) continue;
+          if (workers == 2 && !family.splitsRows) continue;
+          const std::string name =
+              Name({family.name, *optionName ? "/" : "", optionName, "/p", std::to_string(progress).substr(0, 3),
+                    field ? "/field/" : "/", workers == 2 ? "workers2/" : "", size.Name()});
+          const EffectSetup setup{family.classId, size, family.renderHint, field, workers, [=](uint8_t* values) {
                                     std::memcpy(values, &progress, sizeof progress);
                                     if (*optionName) std::memcpy(values + 4, &option, sizeof option);
                                   }};

@@ -2,6 +2,7 @@
 // 1920x1080, each phase and grain on its own, as ratios to a copy of one frame in the same run.
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "effect_bench.h"
 
@@ -56,6 +57,11 @@ constexpr Case kCases[] = {
     };
     const EffectSetup setup{c.classId, size, 0, 0, 1, values, c.colourLayout, 1234};
     RegisterEffect(Name({"Pattern/", c.name, "/", size.Name()}), copy, setup);
+    if (std::string_view(c.classId) == "DSP_TR_Collapse") {  // its bands go to the instance's workers
+      EffectSetup split = setup;
+      split.workers = 2;
+      RegisterEffect(Name({"Pattern/", c.name, "/workers2/", size.Name()}), copy, split);
+    }
   }
   return true;
 }();
