@@ -175,14 +175,12 @@ VekStatus TR_Burn::Process(VekEffectInstance* instance) noexcept {
   const int32_t threshold = ProgressWeight(frame.progress, state.maximum - state.minimum + kBurnBand) + state.minimum;
   // Rows that mix both sources stream every store on large frames, where the caches cannot keep
   // the output beside A, B and the map.
-  const RunWriter writer = RunWriter::For(frame);
   const std::size_t boundsPerRow = 2 * BurnSpans(std::size_t(frame.width));
-  ForEachRow(frame.rows, [&](int y) {
+  WriteRows(frame, [&](int y, const RunWriter& writer) {
     const std::size_t offset = std::size_t(y) * frame.rowBytes;
     BurnRowSse2(map->Values() + std::size_t(y) * std::size_t(frame.width),
                 map->SpanBounds() + std::size_t(y) * boundsPerRow, frame.sourceA + offset, frame.sourceB + offset,
                 frame.output + offset, frame.width, threshold, &state.flame[0][0], writer.copy, writer.ahead);
   });
-  writer.Finish();
   return VEK_S_OK;
 }

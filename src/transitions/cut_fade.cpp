@@ -93,7 +93,7 @@ VekStatus TR_Fade::Process(VekEffectInstance* instance) noexcept {
     return VEK_S_OK;
   }
   const LerpRowFn lerp = instance->renderHint >= 3 ? LerpRowSse41 : LerpRowScalar;
-  ForEachRow(frame.rows, [&](int y) {
+  VisitRows(frame, [&](int y) {
     const std::size_t offset = std::size_t(y) * frame.rowBytes;
     lerp(frame.sourceA + offset, frame.sourceB + offset, frame.output + offset, frame.rowBytes, weight);
   });
@@ -113,7 +113,7 @@ VekStatus TR_Blending::Process(VekEffectInstance* instance) noexcept {
   TransitionFrame frame;
   if (!BeginTransition(instance, frame)) return VEK_E_FAIL;
   if (!frame.HasBuffers()) return VEK_S_OK;
-  ForEachRow(frame.rows, [&](int y) {
+  VisitRows(frame, [&](int y) {
     const std::size_t offset = std::size_t(y) * frame.rowBytes;
     AlphaOverRowSse2(frame.sourceA + offset, frame.sourceB + offset, frame.output + offset, frame.width);
   });

@@ -3,7 +3,6 @@
 // two shifted pieces.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -36,22 +35,13 @@ struct RunWriter {
   }
 };
 
-// Writes the visited rows with row(y, writer), then fences what was streamed. A field runs on one
-// loop, as fields never use the worker pool; a whole frame is handed out in chunks of rows to the
-// instance's workers, each chunk fencing its own stores before the frame counts as done.
+// Writes the visited rows with row(y, writer), split as VisitRows splits them, each chunk fencing
+// its own streamed stores before the frame counts as done.
 template <class RowFn>
 void WriteRows(const TransitionFrame& frame, RowFn&& row) {
   const RunWriter writer = RunWriter::For(frame);
-  if (frame.rows.step != 1) {
-    ForEachRow(frame.rows, [&](int y) { row(y, writer); });
-    return writer.Finish();
-  }
-  constexpr int kChunkRows = 32;
-  ParallelItems(frame.workers, (frame.height + kChunkRows - 1) / kChunkRows, [&](int chunk) {
-    const int y0 = chunk * kChunkRows, y1 = std::min(frame.height, y0 + kChunkRows);
-    for (int y = y0; y < y1; ++y) row(y, writer);
-    writer.Finish();
-  });
+  VisitRows(
+      frame, [&](int y) { row(y, writer); }, [&] { writer.Finish(); });
 }
 
 enum PushDirection { kPushUp, kPushDown, kPushLeft, kPushRight };

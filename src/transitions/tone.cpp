@@ -47,7 +47,7 @@ VekStatus TR_Threshold::Process(VekEffectInstance* instance) noexcept {
   const bool lumaKey = IsLumaChroma(*instance);
   const int t = ProgressWeight(frame.progress, 255);
   const uint8_t* key = type == 0 ? frame.sourceA : frame.sourceB;
-  ForEachRow(frame.rows, [&](int y) {
+  VisitRows(frame, [&](int y) {
     const std::size_t offset = std::size_t(y) * frame.rowBytes;
     ThresholdRowSse2(key + offset, frame.sourceA + offset, frame.sourceB + offset, frame.output + offset, frame.width,
                      lumaKey ? t : 3 * t, lumaKey);
@@ -64,11 +64,12 @@ VekStatus TR_XRay::Process(VekEffectInstance* instance) noexcept {
   if (!frame.HasBuffers()) return VEK_E_FAIL;
   const bool lumaChroma = IsLumaChroma(*instance);
   const float p = ClampedProgress(frame.progress);
+  frame.rows = RowsFor(VEK_FIELD_FRAME, frame.height);
   auto eachRow = [&](const uint8_t* source, auto&& row) {
-    for (int y = 0; y < frame.height; ++y) {
+    VisitRows(frame, [&](int y) {
       const std::size_t at = std::size_t(y) * frame.rowBytes;
       row(source + at, frame.output + at, frame.width);
-    }
+    });
   };
   // Luma/chroma frames reach the same greys: grey g has the luma of (g, g, g) and chroma 128.
   if (p <= 0.4f) {
@@ -138,7 +139,7 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
                                     : Sse41KernelsUsable() ? FallGatherRowSse41
                                                            : nullptr;
   const bool stream = vectorRow && frame.rowBytes * std::size_t(frame.height) >= kStreamingFrameBytes;
-  ForEachRow(frame.rows, [&](int y) {
+  const auto gatherRow = [&](int y) {
     const uint8_t* candidates[kFallClasses];
     int count = 0;
     for (int64_t from = y - fall; count < kFallClasses && from >= 0; from -= fall) {
@@ -151,7 +152,9 @@ VekStatus TR_ColorSplit::Process(VekEffectInstance* instance) noexcept {
     } else {
       FallGatherRowScalar(candidates, count, b, out, frame.width, lumaChroma);
     }
+  };
+  VisitRows(frame, gatherRow, [&] {
+    if (stream) StreamFenceSse2();
   });
-  if (stream) StreamFenceSse2();
   return VEK_S_OK;
 }

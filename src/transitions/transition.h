@@ -2,6 +2,7 @@
 // stored, the frame geometry, the rows of the field mode and the progress.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -28,6 +29,27 @@ struct TransitionFrame {
   // The visited rows of one source unchanged: one block copy for the whole frame, one per row for a field.
   void CopyRows(const uint8_t* source) const;
 };
+
+// Calls row(y) for every visited row, and afterChunk() after each run of rows on the thread that
+// wrote them. A field runs on one loop, as fields never use the worker pool; a whole frame is handed
+// out in chunks of rows to the instance's workers, each taking the next chunk as it finishes one.
+template <class RowFn, class AfterChunk>
+void VisitRows(const TransitionFrame& frame, RowFn&& row, AfterChunk&& afterChunk) {
+  if (frame.rows.step != 1) {
+    ForEachRow(frame.rows, row);
+    return afterChunk();
+  }
+  constexpr int kChunkRows = 32;
+  ParallelItems(frame.workers, (frame.height + kChunkRows - 1) / kChunkRows, [&](int chunk) {
+    const int y0 = chunk * kChunkRows, y1 = std::min(frame.height, y0 + kChunkRows);
+    for (int y = y0; y < y1; ++y) row(y);
+    afterChunk();
+  });
+}
+template <class RowFn>
+void VisitRows(const TransitionFrame& frame, RowFn&& row) {
+  VisitRows(frame, row, [] {});
+}
 
 // Stores the instance's output in the head, then reads the rest. False for a null instance or
 // private block.

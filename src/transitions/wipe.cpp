@@ -751,7 +751,7 @@ VekStatus TR_Cross::Process(VekEffectInstance* instance) noexcept {
     s.columnsA[x] = Sampled(s.zoomA, cx, x);
     s.columnsB[x] = Sampled(s.zoomB, cx, x);
   }
-  ForEachRow(frame.rows, [&](int y) {
+  VisitRows(frame, [&](int y) {
     SampledLerpRowSse2(frame.RowA(Sampled(s.zoomA, cy, y)), s.columnsA, frame.RowB(Sampled(s.zoomB, cy, y)),
                        s.columnsB, frame.OutputRow(y), w, weight);
   });
