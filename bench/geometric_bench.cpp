@@ -55,7 +55,7 @@ void RowCopies(benchmark::State& state, Size size, BaselineKind baseline, CopyPi
       {"DSP_TR_WipeSoft", "WipeSoft/vector", directions, false, false, 3},
       {"DSP_TR_WipeSoft", "WipeSoft/scalar", directions, false, false, 0},
       {"DSP_TR_WipeCenter", "WipeCenter", {""}, false, false},
-      {"DSP_TR_Cross", "Cross", {""}, false, false},
+      {"DSP_TR_Cross", "Cross", {""}, false, true},
       {"DSP_TR_Door", "Door", {""}, false, false},
   };
   for (const Family& family : families) {

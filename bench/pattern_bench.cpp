@@ -57,7 +57,7 @@ constexpr Case kCases[] = {
     };
     const EffectSetup setup{c.classId, size, 0, 0, 1, values, c.colourLayout, 1234};
     RegisterEffect(Name({"Pattern/", c.name, "/", size.Name()}), copy, setup);
-    if (std::string_view(c.classId) == "DSP_TR_Collapse") {  // its bands go to the instance's workers
+    if (std::string_view(c.classId) != "DSP_TR_DissolveType") {  // the others split their rows over workers
       EffectSetup split = setup;
       split.workers = 2;
       RegisterEffect(Name({"Pattern/", c.name, "/workers2/", size.Name()}), copy, split);

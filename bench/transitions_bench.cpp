@@ -1,5 +1,6 @@
 // The cut, the cross-fade and the lay-over at 1920x1080 and 3840x2160, scalar and vector, whole
-// frame and one field, each beside the plain loops it is measured against.
+// frame and one field, each beside the plain loops it is measured against; whole frames on two
+// workers too.
 #include "effect_bench.h"
 
 namespace vek::bench {
@@ -17,6 +18,10 @@ namespace {
       RegisterEffect(Name({"NoEffect", suffix}), baselines.copy, {"DSP_TR_NoEffect", size, 0, field, 1, {}});
       RegisterEffect(Name({"Blending", suffix}), baselines.readTwoWriteOne, {"DSP_TR_Blending", size, 0, field, 1, {}});
     }
+    // Whole frames split their rows over two workers, as a host on two processors sets up.
+    const std::string split = Name({"/", size.Name(), "/frame/workers2"});
+    RegisterEffect(Name({"Fade/vector", split}), baselines.readTwoWriteOne, {"DSP_TR_Fade", size, 3, 0, 2, {}});
+    RegisterEffect(Name({"Blending", split}), baselines.readTwoWriteOne, {"DSP_TR_Blending", size, 0, 0, 2, {}});
   }
   return true;
 }();
