@@ -69,4 +69,11 @@ void ParallelItems(int32_t workers, int count, Item&& item) {
   });
 }
 
+// Runs chunk(begin, end) over [0, count) cut into pieces of `size`, handed out as ParallelItems
+// hands out its items.
+template <class Chunk>
+void ParallelChunks(int32_t workers, int count, int size, Chunk&& chunk) {
+  ParallelItems(workers, (count + size - 1) / size, [&](int i) { chunk(i * size, std::min(count, i * size + size)); });
+}
+
 }  // namespace vek

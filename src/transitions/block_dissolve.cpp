@@ -324,12 +324,11 @@ VekStatus TR_Collapse::Process(VekEffectInstance* instance) noexcept {
   // frames, and the bands start below them.
   const int clear = int(std::min<int64_t>(leastDrop, h));
   const RunWriter writer = RunWriter::For(frame);
-  ParallelRows(frame.workers, clear, [&](int y0, int y1) {
+  ParallelChunks(frame.workers, clear, kChunkRows, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) writer.copy(frame.RowB(y), 0, frame.OutputRow(y), 0, frame.width, 0);
     writer.Finish();
   });
-  const auto drawBand = [&](int band) {
-    const int bandEnd = std::min(frame.height, band + kBandRows);
+  const auto drawBand = [&](int band, int bandEnd) {
     std::memcpy(frame.OutputRow(band), frame.RowB(band), frame.rowBytes * std::size_t(bandEnd - band));
     BlockRows pending{};
     const int64_t firstRow = std::max<int64_t>(0, (band - mostDrop) / side - 1);
@@ -351,7 +350,7 @@ VekStatus TR_Collapse::Process(VekEffectInstance* instance) noexcept {
     if (pending.rows > 0) CopyBlockRows(pending, frame.rowBytes);
   };
   // Bands are independent: each one's output rows are written by it alone.
-  const int bands = (frame.height - clear + kBandRows - 1) / kBandRows;
-  ParallelItems(frame.workers, bands, [&](int band) { drawBand(clear + band * kBandRows); });
+  ParallelChunks(frame.workers, frame.height - clear, kBandRows,
+                 [&](int first, int end) { drawBand(clear + first, clear + end); });
   return VEK_S_OK;
 }

@@ -30,6 +30,9 @@ struct TransitionFrame {
   void CopyRows(const uint8_t* source) const;
 };
 
+// Rows a whole frame is handed out in, to the instance's workers.
+constexpr int kChunkRows = 32;
+
 // Calls row(y) for every visited row, and afterChunk() after each run of rows on the thread that
 // wrote them. A field runs on one loop, as fields never use the worker pool; a whole frame is handed
 // out in chunks of rows to the instance's workers, each taking the next chunk as it finishes one.
@@ -39,9 +42,7 @@ void VisitRows(const TransitionFrame& frame, RowFn&& row, AfterChunk&& afterChun
     ForEachRow(frame.rows, row);
     return afterChunk();
   }
-  constexpr int kChunkRows = 32;
-  ParallelItems(frame.workers, (frame.height + kChunkRows - 1) / kChunkRows, [&](int chunk) {
-    const int y0 = chunk * kChunkRows, y1 = std::min(frame.height, y0 + kChunkRows);
+  ParallelChunks(frame.workers, frame.height, kChunkRows, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) row(y);
     afterChunk();
   });
