@@ -55,8 +55,11 @@ std::function<void(uint8_t*)> Store(std::size_t offset, T value) {
       benchmark::DoNotOptimize(histograms);
     });
   });
-  add("Mosaic/box", {"DSP_VI_Mosaic", size, 0, 0, 1, {}});
-  add("Mosaic/circle", {"DSP_VI_Mosaic", size, 0, 0, 1, Store(24, int32_t(1))});
+  for (int workers : {1, 2}) {
+    const std::string suffix = workers == 1 ? "" : "/workers2";
+    add("Mosaic/box" + suffix, {"DSP_VI_Mosaic", size, 0, 0, workers, {}});
+    add("Mosaic/circle" + suffix, {"DSP_VI_Mosaic", size, 0, 0, workers, Store(24, int32_t(1))});
+  }
   return true;
 }();
 

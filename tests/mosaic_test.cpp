@@ -219,6 +219,33 @@ TEST(Mosaic, CircleKeepsBlocksInsideTheRoundAreaOnly) {
   }
 }
 
+// Bands are painted by whichever worker is free, each with its own sums; the rows above and below
+// the area, between trimmed bands and outside the round area come out as on one worker.
+TEST(Mosaic, EveryWorkerCountPaintsTheBytesOfOne) {
+  struct Case {
+    const char* area;
+    int32_t across, down;
+  };
+  Frame source = PartlyClear(161, 121, 14);
+  for (const Case& blocks : {Case{"0,0,1,1", 5, 4}, Case{"0.1,0.3,0.8,0.9", 32, 24}, Case{"0.05,0.2,0.5,0.45", 3, 0},
+                             Case{"0.3,0,0.6,1", 46, 300}}) {
+    for (const char* type : {"box", "circle"}) {
+      for (bool alphaAware : {false, true}) {
+        for (bool bufferService : {false, true}) {
+          Options options{.area = blocks.area, .type = type, .alphaAware = alphaAware, .bufferService = bufferService};
+          const Frame one = Mosaic(source, blocks.across, blocks.down, options);
+          for (int workers : {2, 3, 4}) {
+            options.mode.workers = workers;
+            ASSERT_EQ(Mosaic(source, blocks.across, blocks.down, options).bytes, one.bytes)
+                << blocks.area << " " << type << (alphaAware ? ", alpha-aware" : "")
+                << (bufferService ? ", buffer service" : "") << ", " << workers << " workers";
+          }
+        }
+      }
+    }
+  }
+}
+
 TEST(BufferService, LendsWrapsAndTakesBack) {
   EffectRun run("DSP_VI_Mosaic");
   VekObject* service = run.Instance().Record().bufferService;

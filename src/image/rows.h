@@ -53,20 +53,33 @@ template <class Band> void ParallelRows(int32_t workers, int height, Band&& band
       tbb::auto_partitioner());
 }
 
-// Runs item(i) for every i in [0, count): one loop below two workers, otherwise up to `workers`
-// oneTBB tasks that each take the next item as they finish one, so that a worker slowed by another
-// program leaves its share to the others.
+// How many tasks ParallelItemsOnTasks runs for `count` items.
+inline int TasksFor(int32_t workers, int count) {
+  return std::max(1, std::min<int>(workers, count));
+}
+
+// Runs item(task, i) for every i in [0, count): one loop below two workers, otherwise up to
+// `workers` oneTBB tasks that each take the next item as they finish one, so that a worker slowed
+// by another program leaves its share to the others. `task`, below TasksFor(workers, count), names
+// the task running the item, so each can keep its own scratch.
 template <class Item>
-void ParallelItems(int32_t workers, int count, Item&& item) {
+void ParallelItemsOnTasks(int32_t workers, int count, Item&& item) {
   if (count <= 0) return;
-  if (workers < 2) {
-    for (int i = 0; i < count; ++i) item(i);
+  const int tasks = TasksFor(workers, count);
+  if (tasks == 1) {
+    for (int i = 0; i < count; ++i) item(0, i);
     return;
   }
   std::atomic<int> next{0};
-  tbb::parallel_for(0, std::min<int>(workers, count), [&](int) {
-    for (int i; (i = next.fetch_add(1, std::memory_order_relaxed)) < count;) item(i);
+  tbb::parallel_for(0, tasks, [&](int task) {
+    for (int i; (i = next.fetch_add(1, std::memory_order_relaxed)) < count;) item(task, i);
   });
+}
+
+// ParallelItemsOnTasks for items that need no scratch of their own.
+template <class Item>
+void ParallelItems(int32_t workers, int count, Item&& item) {
+  ParallelItemsOnTasks(workers, count, [&](int, int i) { item(i); });
 }
 
 // Runs chunk(begin, end) over [0, count) cut into pieces of `size`, handed out as ParallelItems

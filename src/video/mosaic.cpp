@@ -100,10 +100,11 @@ void CopyColumns(const uint8_t* from, uint8_t* to, int start, int end) {
 // A band is summed pixel column by pixel column across its whole width, row after row, into
 // per-pixel sums that each block then adds up: reading the frame block by block would jump a row
 // ahead every few pixels. Bands taller than the per-pixel sums hold, or any band when there is no
-// room for those sums, are summed block by block.
+// room for those sums, are summed block by block. Each of `tasks` tasks painting bands at once
+// has its own sums.
 class BlockPainter {
  public:
-  BlockPainter(const VideoFrame& frame, const BlockRun& columns, int x0, int x1, bool alphaAware)
+  BlockPainter(const VideoFrame& frame, const BlockRun& columns, int x0, int x1, bool alphaAware, int tasks)
       : frame_(frame), columns_(columns), x0_(x0), x1_(x1), alphaAware_(alphaAware) {
     for (int column = 0; column < columns_.count; ++column) {
       const Span span = Column(column);
@@ -115,8 +116,7 @@ class BlockPainter {
       }
       covered_.length = span.End() - covered_.start;
     }
-    // Four sums and a count a pixel.
-    if (covered_.length > 0) columnSums_.reset(new (std::nothrow) uint16_t[5 * std::size_t(covered_.length)]);
+    if (covered_.length > 0) columnSums_.reset(new (std::nothrow) uint16_t[SumsPerTask() * std::size_t(tasks)]);
   }
 
   bool AnyColumn() const { return covered_.length > 0; }
@@ -126,19 +126,19 @@ class BlockPainter {
     std::memcpy(frame_.OutputRow(from), frame_.SourceRow(from), frame_.rowBytes * std::size_t(to - from));
   }
 
-  void PaintBand(Span rows) const {
+  void PaintBand(Span rows, int task) const {
     uint8_t* first = frame_.OutputRow(rows.start);
     CopyOutside(rows.start);
-    const bool byPixelColumn = columnSums_ && rows.length <= kColumnSumRows;
-    if (byPixelColumn) {
-      std::fill_n(columnSums_.get(), 5 * std::size_t(covered_.length), uint16_t(0));
+    uint16_t* sums = columnSums_ && rows.length <= kColumnSumRows ? columnSums_.get() + SumsPerTask() * task : nullptr;
+    if (sums) {
+      std::fill_n(sums, SumsPerTask(), uint16_t(0));
       const auto addColumnSums = Avx512KernelsUsable() ? AddColumnSumsAvx512 : AddColumnSumsSse2;
       addColumnSums(frame_.SourceRow(rows.start) + 4 * std::size_t(covered_.start), frame_.rowBytes, covered_.length,
-                    rows.length, alphaAware_, columnSums_.get(), CountsOfColumns());
+                    rows.length, alphaAware_, sums, CountsOfColumns(sums));
     }
     for (int column = 0; column < columns_.count; ++column) {
       const Span span = Column(column);
-      if (span.Drawn()) FillAverage(first, span, rows, byPixelColumn);
+      if (span.Drawn()) FillAverage(first, span, rows, sums);
     }
     for (int y = rows.start + 1; y < rows.End(); ++y) {
       CopyOutside(y);
@@ -169,31 +169,33 @@ class BlockPainter {
     CopyColumns(source, out, covered_.End(), frame_.width);
   }
 
-  uint16_t* CountsOfColumns() const { return columnSums_.get() + 4 * std::size_t(covered_.length); }
+  // Four sums and a count a pixel.
+  std::size_t SumsPerTask() const { return 5 * std::size_t(covered_.length); }
+  uint16_t* CountsOfColumns(uint16_t* columnSums) const { return columnSums + 4 * std::size_t(covered_.length); }
 
-  // The sums of a block, from the band's per-pixel sums or from the source, and how many pixels
-  // they count. Both wrap round past 32 bits alike.
-  uint32_t SumOfBlock(Span columns, Span rows, bool byPixelColumn, uint32_t (&sums)[4]) const {
-    if (!byPixelColumn) {
+  // The sums of a block, from the band's per-pixel sums when there are any, or from the source, and
+  // how many pixels they count. Both wrap round past 32 bits alike.
+  uint32_t SumOfBlock(Span columns, Span rows, uint16_t* columnSums, uint32_t (&sums)[4]) const {
+    if (!columnSums) {
       return SumBlockSse2(frame_.SourceRow(rows.start) + 4 * std::size_t(columns.start), frame_.rowBytes,
                           columns.length, rows.length, alphaAware_, sums);
     }
     const std::size_t from = std::size_t(columns.start - covered_.start), to = from + std::size_t(columns.length);
-    const uint16_t* lanes = columnSums_.get();
+    const uint16_t* lanes = columnSums;
     uint32_t total[4] = {0, 0, 0, 0};
     for (std::size_t x = from; x < to; ++x) {
       for (int c = 0; c < 4; ++c) total[c] += lanes[4 * x + c];
     }
     std::copy_n(total, 4, sums);
     if (!alphaAware_) return uint32_t(columns.length) * uint32_t(rows.length);
-    const uint16_t* counts = CountsOfColumns();
+    const uint16_t* counts = CountsOfColumns(columnSums);
     return std::accumulate(counts + from, counts + to, uint32_t(0));
   }
 
   // The average of the source under a block, written over the block's part of the band's first row.
-  void FillAverage(uint8_t* first, Span columns, Span rows, bool byPixelColumn) const {
+  void FillAverage(uint8_t* first, Span columns, Span rows, uint16_t* columnSums) const {
     uint32_t sums[4];
-    const uint32_t count = SumOfBlock(columns, rows, byPixelColumn, sums);
+    const uint32_t count = SumOfBlock(columns, rows, columnSums, sums);
     uint8_t average[4] = {0, 0, 0, 0};
     if (count > 0) {
       for (int c = 0; c < 3; ++c) average[c] = uint8_t(sums[c] / count);
@@ -210,7 +212,7 @@ class BlockPainter {
   bool alphaAware_;
   Span covered_ = {0, 0};  // from the first drawn column to the end of the last
   bool gapless_ = true;
-  std::unique_ptr<uint16_t[]> columnSums_;  // over the covered columns; null when not to be had
+  std::unique_ptr<uint16_t[]> columnSums_;  // each task's over the covered columns; null when not to be had
 };
 
 // The images the circle type composites with, lent by the host's buffer service: the output
@@ -411,19 +413,39 @@ VekStatus VI_Mosaic::Process(VekEffectInstance* instance) noexcept {
     return VEK_S_OK;
   }
   const BlockRun columns = Blocks(areaWidth, blockWidth), bands = Blocks(areaHeight, blockHeight);
-  const BlockPainter painter(frame, columns, x0, x1, instance->alphaAware != 0);
+  const BlockPainter painter(frame, columns, x0, x1, instance->alphaAware != 0,
+                             TasksFor(frame.workers, bands.count + 2));
   std::optional<CircleKeeper> circle;
   if (type == kCircle) circle.emplace(instance->bufferService, frame, x0, y0, areaWidth, areaHeight);
-  int copiedTo = 0;
-  for (int band = 0; band < bands.count && painter.AnyColumn(); ++band) {
-    const Span rowsOfBand = PlaceBlock(bands, band, y0, y1, H);
-    if (!rowsOfBand.Drawn()) continue;
-    painter.CopySourceRows(copiedTo, rowsOfBand.start);
-    painter.PaintBand(rowsOfBand);
-    if (circle) circle->KeepRows(copiedTo, rowsOfBand.End());
-    copiedTo = rowsOfBand.End();
+  const auto keepSource = [&](int from, int to) {
+    painter.CopySourceRows(from, to);
+    if (circle) circle->KeepRows(from, to);
+  };
+  const auto rowsOfBand = [&](int band) { return PlaceBlock(bands, band, y0, y1, H); };
+  const int bandCount = painter.AnyColumn() ? bands.count : 0;
+  // Where the drawn bands before `band` end, or -1 when none is drawn.
+  const auto endOfBandsBefore = [&](int band) {
+    for (int before = band - 1; before >= 0; --before) {
+      if (const Span rows = rowsOfBand(before); rows.Drawn()) return rows.End();
+    }
+    return -1;
+  };
+  int bandsStart = H;
+  for (int band = 0; band < bandCount && bandsStart == H; ++band) {
+    if (const Span rows = rowsOfBand(band); rows.Drawn()) bandsStart = rows.start;
   }
-  painter.CopySourceRows(copiedTo, H);
-  if (circle) circle->KeepRows(copiedTo, H);
+  const int bandsEnd = bandsStart == H ? H : endOfBandsBefore(bandCount);
+  // A band takes the rows from the end of the drawn band before it to its own end. Items 0 and 1,
+  // the rows above the first band and below the last, can be long, so they are handed out first.
+  ParallelItemsOnTasks(frame.workers, bandCount + 2, [&](int task, int item) {
+    if (item == 0) return keepSource(0, bandsStart);
+    if (item == 1) return keepSource(bandsEnd, H);
+    const Span rows = rowsOfBand(item - 2);
+    if (!rows.Drawn()) return;
+    const int before = endOfBandsBefore(item - 2), from = before < 0 ? rows.start : before;
+    painter.CopySourceRows(from, rows.start);
+    painter.PaintBand(rows, task);
+    if (circle) circle->KeepRows(from, rows.End());
+  });
   return VEK_S_OK;
 }
