@@ -56,7 +56,7 @@ void RowCopies(benchmark::State& state, Size size, BaselineKind baseline, CopyPi
       {"DSP_TR_WipeSoft", "WipeSoft/scalar", directions, false, false, 0},
       {"DSP_TR_WipeCenter", "WipeCenter", {""}, false, false},
       {"DSP_TR_Cross", "Cross", {""}, false, true},
-      {"DSP_TR_Door", "Door", {""}, false, false},
+      {"DSP_TR_Door", "Door", {""}, false, true},
   };
   for (const Family& family : families) {
     int32_t option = 0;

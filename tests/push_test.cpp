@@ -139,9 +139,9 @@ Frame Door(const Frame& a, const Frame& b, float p) {
 }
 
 TEST(Door, DoorsAreTrapezoidsOfAsHalvesOverBAndOddWidthsLeaveAColumn) {
-  // Narrow doors are drawn group by group down the frame, wide ones (320 x 40 at p 0.3: four groups
-  // of 28 columns) row by row.
-  for (auto [w, h] : {std::pair{40, 30}, {41, 31}, {7, 2}, {320, 40}}) {
+  // Narrow doors are drawn group by group down each chunk of 32 rows (41 x 71 has three chunks),
+  // wide ones (320 x 40 at p 0.3: four groups of 28 columns) row by row.
+  for (auto [w, h] : {std::pair{40, 30}, {41, 71}, {7, 2}, {320, 40}}) {
     Frame a = Frame::Random(w, h, 13), b = Frame::Random(w, h, 14);
     for (float p : {0.0f, 0.3f, 0.55f, 0.8f, 1.0f}) {
       EXPECT_FRAME_EQ(RenderShot("DSP_TR_Door", a, b, {p}), Door(a, b, p)) << w << "x" << h << " p " << p;

@@ -142,19 +142,24 @@ void CopyWedges(const TransitionFrame& frame, int door, int opening, int covered
   CopyPixels(frame.RowB(y), frame.width - door, frame.OutputRow(y), frame.width - door, door - covered);
 }
 
-// Narrow groups: each is drawn down the frame, so that the lines of A and of the output that one
-// group leaves are still cached for the next. A column of height H takes all h rows of A: before
-// each pixel, while the error is at least H, it steps one source row on; then adds h. The walk goes
-// down rows far apart in memory, which no hardware prefetcher follows, so the lines a few rows
-// ahead are asked for here.
-void DrawDoorsDownGroups(const TransitionFrame& frame, const DoorColumns& columns, int door, int opening) {
+// Narrow groups: each is drawn down a chunk of rows, so that the lines of A and of the output that
+// one group leaves are still cached for the next. A column of height H takes all h rows of A:
+// before each pixel, while the error is at least H, it steps one source row on; then adds h. So at
+// i rows below its top it shows A's row i * h / H. The walk goes down rows far apart in memory,
+// which no hardware prefetcher follows, so the lines a few rows ahead are asked for here.
+void DrawDoorsDownGroups(const TransitionFrame& frame, const DoorColumns& columns, int door, int opening, int y0,
+                         int y1) {
   const int w = frame.width, h = frame.height;
   constexpr int kAhead = 8;
   for (int g = 0; g < columns.groups; ++g) {
     const int top = columns.groupTop[g], height = h - 2 * top;
+    const int first = std::max(y0, top), end = std::min(y1, h - top);
+    if (first >= end) continue;
     const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
     const std::size_t leftAt = std::size_t(columns.left[c0]) * 4, rightAt = std::size_t(columns.right[door - c1]) * 4;
-    for (int y = top, row = 0, error = 0; y < h - top; ++y) {
+    const int64_t walked = int64_t(first - top) * h;
+    int row = int(walked / height), error = int(walked - int64_t(row) * height);
+    for (int y = first; y < end; ++y) {
       while (error >= height) error -= height, ++row;
       error += h;
       const uint8_t* rowA = frame.RowA(row);
@@ -163,7 +168,7 @@ void DrawDoorsDownGroups(const TransitionFrame& frame, const DoorColumns& column
         __builtin_prefetch(frame.RowA(row + kAhead) + leftAt);
         __builtin_prefetch(frame.RowA(row + kAhead) + rightAt);
       }
-      if (y + kAhead < h) {
+      if (y + kAhead < end) {
         __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(c0) * 4, 1);
         __builtin_prefetch(frame.OutputRow(y + kAhead) + std::size_t(w - c1) * 4, 1);
       }
@@ -171,28 +176,41 @@ void DrawDoorsDownGroups(const TransitionFrame& frame, const DoorColumns& column
       GatherPixels(rowA, columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0, 0);
     }
   }
-  for (int y = 0; y < h; ++y) CopyWedges(frame, door, opening, columns.groupStart[DrawnGroups(columns, h, y)], y);
+  for (int y = y0; y < y1; ++y) CopyWedges(frame, door, opening, columns.groupStart[DrawnGroups(columns, h, y)], y);
 }
 
 // Wide groups: row by row, left to right, so that the output is written in order. Group g's row y
-// takes A's row (y - top) * h / (h - 2 * top), where the walk down the group arrives.
-void DrawDoorsAlongRows(const TransitionFrame& frame, const DoorColumns& columns, int door, int opening) {
+// takes A's row (y - top) * h / (h - 2 * top), where the walk down the group arrives. Each output
+// row reads a few lines from each of many rows of A, which no hardware prefetcher foresees, so the
+// lines that a row a few below will read are asked for first.
+void DrawDoorsAlongRows(const TransitionFrame& frame, const DoorColumns& columns, int door, int opening, int y0,
+                        int y1) {
   const int w = frame.width, h = frame.height;
-  for (int y = 0; y < h; ++y) {
+  constexpr int kAhead = 4;
+  const auto sourceRow = [&](int y, int g) {
+    const int top = columns.groupTop[g];
+    return frame.RowA(int(int64_t(y - top) * h / (h - 2 * top)));
+  };
+  for (int y = y0; y < y1; ++y) {
+    const int ahead = std::min(y + kAhead, h - 1);
+    for (int g = 0, drawnAhead = DrawnGroups(columns, h, ahead); g < drawnAhead; ++g) {
+      const uint8_t* rowA = sourceRow(ahead, g);
+      const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
+      for (int column :
+           {columns.left[c0], columns.left[c1 - 1], columns.right[door - c1], columns.right[door - c0 - 1]}) {
+        __builtin_prefetch(rowA + std::size_t(column) * 4);
+      }
+    }
     const int drawn = DrawnGroups(columns, h, y);
     uint8_t* out = frame.OutputRow(y);
-    const auto sourceRow = [&](int g) {
-      const int top = columns.groupTop[g];
-      return frame.RowA(int(int64_t(y - top) * h / (h - 2 * top)));
-    };
     for (int g = 0; g < drawn; ++g) {
       const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
-      GatherPixels(sourceRow(g), columns.left + c0, out + std::size_t(c0) * 4, c1 - c0, 0);
+      GatherPixels(sourceRow(y, g), columns.left + c0, out + std::size_t(c0) * 4, c1 - c0, 0);
     }
     CopyWedges(frame, door, opening, columns.groupStart[drawn], y);
     for (int g = drawn - 1; g >= 0; --g) {
       const int c0 = columns.groupStart[g], c1 = columns.groupStart[g + 1];
-      GatherPixels(sourceRow(g), columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0, 0);
+      GatherPixels(sourceRow(y, g), columns.right + (door - c1), out + std::size_t(w - c1) * 4, c1 - c0, 0);
     }
   }
 }
@@ -232,11 +250,14 @@ VekStatus TR_Door::Process(VekEffectInstance* instance) noexcept {
   // Row by row pays once the groups are 8 pixels wide or more on average; narrower ones read too
   // many rows of A for each output row.
   constexpr int kRowWiseGroupWidth = 8;
-  if (door >= kRowWiseGroupWidth * columns.groups) {
-    DrawDoorsAlongRows(frame, columns, door, opening);
-  } else {
-    DrawDoorsDownGroups(frame, columns, door, opening);
-  }
+  const bool alongRows = door >= kRowWiseGroupWidth * columns.groups;
+  ParallelChunks(frame.workers, h, kChunkRows, [&](int y0, int y1) {
+    if (alongRows) {
+      DrawDoorsAlongRows(frame, columns, door, opening, y0, y1);
+    } else {
+      DrawDoorsDownGroups(frame, columns, door, opening, y0, y1);
+    }
+  });
   std::free(block);
   return VEK_S_OK;
 }
