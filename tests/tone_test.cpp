@@ -193,9 +193,9 @@ TEST(ColorSplit, FramesAndFieldsFollowTheFallRule) {
   }
 }
 
-// The AVX-512 negatives against the scalar rows, at both ends of the weight and between, with
-// whole and partial steps.
-TEST(XRay, WideNegativeRowsGiveTheScalarBytes) {
+// The AVX-512 rows against the scalar ones: the negatives at both ends of the weight and between,
+// the tones from the identity to white, with whole and partial steps.
+TEST(XRay, WideRowsGiveTheScalarBytes) {
   if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 on this processor";
   const Frame source = Frame::Random(67, 1, 55);
   for (int weight : {0, 1, 517, 1024}) {
@@ -207,6 +207,17 @@ TEST(XRay, WideNegativeRowsGiveTheScalarBytes) {
       vek::XRayLumaNegativeRowScalar(source.bytes.data(), scalar.data(), pixels, weight);
       vek::XRayLumaNegativeRowAvx512(source.bytes.data(), avx512.data(), pixels, weight);
       EXPECT_EQ(avx512, scalar) << "luma/chroma, weight " << weight << ", " << pixels << " pixels";
+    }
+  }
+  for (int shift : {-765, -300, 0, 17, 255}) {
+    for (int pixels : {67, 64, 13}) {
+      std::vector<uint8_t> scalar(source.bytes.size()), avx512 = scalar;
+      vek::XRayToneRowScalar(source.bytes.data(), scalar.data(), pixels, shift);
+      vek::XRayToneRowAvx512(source.bytes.data(), avx512.data(), pixels, shift);
+      EXPECT_EQ(avx512, scalar) << "shift " << shift << ", " << pixels << " pixels";
+      vek::XRayLumaToneRowScalar(source.bytes.data(), scalar.data(), pixels, shift);
+      vek::XRayLumaToneRowAvx512(source.bytes.data(), avx512.data(), pixels, shift);
+      EXPECT_EQ(avx512, scalar) << "luma/chroma, shift " << shift << ", " << pixels << " pixels";
     }
   }
 }

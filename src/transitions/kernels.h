@@ -145,6 +145,7 @@ void XRayNegativeRowSse2(const uint8_t* source, uint8_t* out, int pixels, int we
 void XRayNegativeRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int weight);
 void XRayToneRowScalar(const uint8_t* source, uint8_t* out, int pixels, int shift);
 void XRayToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift);
+void XRayToneRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int shift);
 // X-ray, luma/chroma: the same greys, as the luma of (g, g, g) with chroma 128. The negative phase
 // moves the luma Y toward the luma of the grey 255 - Y and both chroma bytes toward 128, each byte c
 // to c + floor((target - c) * weight / 1024); the tone phase gives the luma of the grey that the
@@ -154,6 +155,7 @@ void XRayLumaNegativeRowSse2(const uint8_t* source, uint8_t* out, int pixels, in
 void XRayLumaNegativeRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int weight);
 void XRayLumaToneRowScalar(const uint8_t* source, uint8_t* out, int pixels, int shift);
 void XRayLumaToneRowSse2(const uint8_t* source, uint8_t* out, int pixels, int shift);
+void XRayLumaToneRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int shift);
 // Colour bytes 0..2 move toward colour[0..2], c + floor((colour - c) * weight / 1024), weight
 // 0..1024; alpha is kept.
 void TowardColourRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);

@@ -43,6 +43,12 @@ __m512i NegativeLuma16(__m512i pixels) {
   return ShiftRightSigned<12>(_mm512_add_epi32(sum, _mm512_set1_epi32(980991)));
 }
 
+// The tone of negative greys n in 16-bit lanes: max(n, min(shift + 4n, 255)).
+__m512i Tone(__m512i negative, __m512i shifts) {
+  const __m512i raised = _mm512_add_epi16(shifts, ShiftLeft16<2>(negative));
+  return _mm512_max_epi16(negative, _mm512_min_epi16(raised, _mm512_set1_epi16(255)));
+}
+
 // The first `count` of sixteen lanes, all of them from 16 on.
 __mmask16 FirstLanes(int count) { return count >= 16 ? __mmask16(0xFFFF) : __mmask16((1u << count) - 1); }
 
@@ -303,6 +309,50 @@ void XRayNegativeRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int 
                                              Toward(OddBytes(second), secondTargets, oddWeights)));
   }
   XRayNegativeRowSse2(source, out, pixels - x, weight);
+}
+
+// Thirty-two pixels a step, in the SSE2 row's lane order within each 128 bits; the last pixels are
+// the SSE2 row's.
+void XRayToneRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int shift) {
+  const __m512i shifts = _mm512_set1_epi16(int16_t(shift)), alpha = _mm512_set1_epi32(int(0xFF000000u));
+  int x = 0;
+  for (; x + 32 <= pixels; x += 32, source += 128, out += 128) {
+    const __m512i first = _mm512_loadu_si512(source), second = _mm512_loadu_si512(source + 64);
+    const __m512i grey = Tone(_mm512_packs_epi32(NegativeLuma16(first), NegativeLuma16(second)), shifts);
+    // Bytes g g in each 16-bit lane, then g g g 0 in each pixel.
+    const __m512i greyBytes = _mm512_packus_epi16(grey, grey);
+    const __m512i greyPairs = _mm512_unpacklo_epi8(greyBytes, greyBytes);
+    _mm512_storeu_si512(out, _mm512_or_si512(_mm512_unpacklo_epi16(greyPairs, grey), _mm512_and_si512(first, alpha)));
+    _mm512_storeu_si512(out + 64,
+                        _mm512_or_si512(_mm512_unpackhi_epi16(greyPairs, grey), _mm512_and_si512(second, alpha)));
+  }
+  XRayToneRowSse2(source, out, pixels - x, shift);
+}
+
+// Thirty-two pixels a step, as the SSE2 row takes eight; the last pixels are the SSE2 row's.
+void XRayLumaToneRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int shift) {
+  const __m512i shifts = _mm512_set1_epi16(int16_t(shift)), lowByte = _mm512_set1_epi32(0xFF);
+  const __m512i white = _mm512_set1_epi16(255), zero = _mm512_setzero_si512();
+  const __m512i alpha = _mm512_set1_epi32(int(0xFF000000u)), neutral = _mm512_set1_epi32(0x8080);
+  // The luma of greys given one to a 32-bit lane: (3518 g + 67584) >> 12.
+  const auto greyLuma = [](__m512i greys) {
+    return ShiftRight<12>(
+        _mm512_add_epi32(_mm512_madd_epi16(greys, _mm512_set1_epi32(3518)), _mm512_set1_epi32(67584)));
+  };
+  int x = 0;
+  for (; x + 32 <= pixels; x += 32, source += 128, out += 128) {
+    const __m512i first = _mm512_loadu_si512(source), second = _mm512_loadu_si512(source + 64);
+    const __m512i luma = _mm512_packs_epi32(_mm512_and_si512(ShiftRight<16>(first), lowByte),
+                                            _mm512_and_si512(ShiftRight<16>(second), lowByte));
+    const __m512i grey = Tone(_mm512_sub_epi16(white, luma), shifts);
+    const __m512i firstLuma = greyLuma(_mm512_unpacklo_epi16(grey, zero));
+    const __m512i secondLuma = greyLuma(_mm512_unpackhi_epi16(grey, zero));
+    _mm512_storeu_si512(
+        out, _mm512_or_si512(_mm512_or_si512(ShiftLeft<16>(firstLuma), neutral), _mm512_and_si512(first, alpha)));
+    _mm512_storeu_si512(out + 64, _mm512_or_si512(_mm512_or_si512(ShiftLeft<16>(secondLuma), neutral),
+                                                  _mm512_and_si512(second, alpha)));
+  }
+  XRayLumaToneRowSse2(source, out, pixels - x, shift);
 }
 
 // Sixteen pixels a step; the last pixels are the SSE2 row's.

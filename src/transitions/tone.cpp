@@ -84,9 +84,11 @@ VekStatus TR_XRay::Process(VekEffectInstance* instance) noexcept {
     // The negative burns out: every colour byte becomes T[n], T[v] = min(shift + 4v, 255) where that
     // is above v, else v; T runs from the identity (shift -765) to white everywhere (shift 255).
     const int shift = int((p * 2.5f - 1.0f) * 4.0f * 255.0f - 765.0f);
-    eachRow(frame.sourceA, [&](const uint8_t* source, uint8_t* out, int pixels) {
-      (lumaChroma ? XRayLumaToneRowSse2 : XRayToneRowSse2)(source, out, pixels, shift);
-    });
+    const bool wide = Avx512KernelsUsable();
+    const auto toneRow = lumaChroma ? (wide ? XRayLumaToneRowAvx512 : XRayLumaToneRowSse2)
+                                    : (wide ? XRayToneRowAvx512 : XRayToneRowSse2);
+    eachRow(frame.sourceA,
+            [&](const uint8_t* source, uint8_t* out, int pixels) { toneRow(source, out, pixels, shift); });
   } else {
     // White fades into B: B's byte c becomes (c * k + (1024 - k) * 255) >> 10, which is c moving
     // toward white by 1024 - k.
