@@ -197,27 +197,27 @@ TEST(ColorSplit, FramesAndFieldsFollowTheFallRule) {
 // the tones from the identity to white, with whole and partial steps.
 TEST(XRay, WideRowsGiveTheScalarBytes) {
   if (!vek::Avx512KernelsUsable()) GTEST_SKIP() << "no AVX-512 on this processor";
+  using Row = void (*)(const uint8_t* source, uint8_t* out, int pixels, int setting);
+  struct Rows {
+    const char* name;
+    Row scalar, avx512;
+    std::initializer_list<int> settings;  // weights or shifts
+  };
+  const Rows rows[] = {
+      {"negative", vek::XRayNegativeRowScalar, vek::XRayNegativeRowAvx512, {0, 1, 517, 1024}},
+      {"luma/chroma negative", vek::XRayLumaNegativeRowScalar, vek::XRayLumaNegativeRowAvx512, {0, 1, 517, 1024}},
+      {"tone", vek::XRayToneRowScalar, vek::XRayToneRowAvx512, {-765, -300, 0, 17, 255}},
+      {"luma/chroma tone", vek::XRayLumaToneRowScalar, vek::XRayLumaToneRowAvx512, {-765, -300, 0, 17, 255}},
+  };
   const Frame source = Frame::Random(67, 1, 55);
-  for (int weight : {0, 1, 517, 1024}) {
-    for (int pixels : {67, 64, 13}) {
-      std::vector<uint8_t> scalar(source.bytes.size()), avx512 = scalar;
-      vek::XRayNegativeRowScalar(source.bytes.data(), scalar.data(), pixels, weight);
-      vek::XRayNegativeRowAvx512(source.bytes.data(), avx512.data(), pixels, weight);
-      EXPECT_EQ(avx512, scalar) << "weight " << weight << ", " << pixels << " pixels";
-      vek::XRayLumaNegativeRowScalar(source.bytes.data(), scalar.data(), pixels, weight);
-      vek::XRayLumaNegativeRowAvx512(source.bytes.data(), avx512.data(), pixels, weight);
-      EXPECT_EQ(avx512, scalar) << "luma/chroma, weight " << weight << ", " << pixels << " pixels";
-    }
-  }
-  for (int shift : {-765, -300, 0, 17, 255}) {
-    for (int pixels : {67, 64, 13}) {
-      std::vector<uint8_t> scalar(source.bytes.size()), avx512 = scalar;
-      vek::XRayToneRowScalar(source.bytes.data(), scalar.data(), pixels, shift);
-      vek::XRayToneRowAvx512(source.bytes.data(), avx512.data(), pixels, shift);
-      EXPECT_EQ(avx512, scalar) << "shift " << shift << ", " << pixels << " pixels";
-      vek::XRayLumaToneRowScalar(source.bytes.data(), scalar.data(), pixels, shift);
-      vek::XRayLumaToneRowAvx512(source.bytes.data(), avx512.data(), pixels, shift);
-      EXPECT_EQ(avx512, scalar) << "luma/chroma, shift " << shift << ", " << pixels << " pixels";
+  for (const Rows& row : rows) {
+    for (int setting : row.settings) {
+      for (int pixels : {67, 64, 13}) {
+        std::vector<uint8_t> scalar(source.bytes.size()), avx512 = scalar;
+        row.scalar(source.bytes.data(), scalar.data(), pixels, setting);
+        row.avx512(source.bytes.data(), avx512.data(), pixels, setting);
+        EXPECT_EQ(avx512, scalar) << row.name << " " << setting << ", " << pixels << " pixels";
+      }
     }
   }
 }
