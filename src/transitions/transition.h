@@ -2,7 +2,6 @@
 // stored, the frame geometry, the rows of the field mode and the progress.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
