@@ -310,27 +310,45 @@ TEST(MosaicKernels, ColumnSumsMatchScalarAndBlockSums) {
 }
 
 // Each span of a row, alone and with its mirror image, into a separate output and into the mosaic
-// itself.
+// itself, by the SSE2 and the AVX-512 kernels; spans reach past a step of sixteen, and a wide edge
+// gives coverages all the way from 0 to 256.
 TEST(MosaicKernels, RoundBlendsMatchScalar) {
-  constexpr int kWidth = 40;
+  constexpr int kWidth = 96;
   const std::vector<uint8_t> source = PartlyClear(kWidth, 1, 12).bytes, mosaic = PartlyClear(kWidth, 1, 13).bytes;
-  for (int areaWidth : {40, 39}) {
-    const float radiusX = areaWidth * 0.5f;
-    const vek::RoundMask mask{radiusX, 15.0f, radiusX, 15.0f, 15.0f, 1.5f};
-    const int mirror = areaWidth - 1;
-    for (int y : {0, 1, 7, 15}) {
-      for (int from = 0; from < 8; ++from) {
-        for (int to = from; to <= from + 11 && mirror + 1 - to >= to; ++to) {
-          std::vector<uint8_t> expected = mosaic, separate = mosaic, inPlace = mosaic;
-          vek::BlendRoundRow(source.data(), mosaic.data(), expected.data(), from, to, y, mask);
-          vek::BlendRoundRowSse2(source.data(), mosaic.data(), separate.data(), from, to, y, mask);
-          ASSERT_EQ(separate, expected) << areaWidth << " wide, row " << y << ", " << from << " .. " << to;
-          vek::BlendRoundRow(source.data(), mosaic.data(), expected.data(), mirror + 1 - to, mirror + 1 - from, y,
-                             mask);
-          vek::BlendRoundRowMirroredSse2(source.data(), mosaic.data(), separate.data(), from, to, mirror, y, mask);
-          vek::BlendRoundRowMirroredSse2(source.data(), inPlace.data(), inPlace.data(), from, to, mirror, y, mask);
-          ASSERT_EQ(separate, expected) << areaWidth << " wide, row " << y << ", " << from << " .. " << to;
-          ASSERT_EQ(inPlace, expected) << areaWidth << " wide, row " << y << ", " << from << " .. " << to;
+  struct Kernels {
+    const char* name;
+    decltype(&vek::BlendRoundRow) blend;
+    decltype(&vek::BlendRoundRowMirrored) mirrored;
+  };
+  std::vector<Kernels> kernels = {{"SSE2", vek::BlendRoundRowSse2, vek::BlendRoundRowMirroredSse2}};
+  if (vek::Avx512KernelsUsable())
+    kernels.push_back({"AVX-512", vek::BlendRoundRowAvx512, vek::BlendRoundRowMirroredAvx512});
+  for (int areaWidth : {96, 95}) {
+    for (float edge : {1.5f, 12.0f}) {
+      const float radiusX = areaWidth * 0.5f;
+      const vek::RoundMask mask{radiusX, 15.0f, radiusX, 15.0f, 15.0f, edge};
+      const int mirror = areaWidth - 1;
+      for (int y : {0, 1, 7, 15}) {
+        for (int from = 0; from < 8; ++from) {
+          for (int to = from; to <= from + 40 && mirror + 1 - to >= to; ++to) {
+            std::vector<uint8_t> expected = mosaic, mirroredExpected = mosaic;
+            vek::BlendRoundRow(source.data(), mosaic.data(), expected.data(), from, to, y, mask);
+            mirroredExpected = expected;
+            vek::BlendRoundRow(source.data(), mosaic.data(), mirroredExpected.data(), mirror + 1 - to,
+                               mirror + 1 - from, y, mask);
+            for (const Kernels& kernel : kernels) {
+              SCOPED_TRACE(testing::Message() << kernel.name << ", " << areaWidth << " wide, edge " << edge << ", row "
+                                              << y << ", " << from << " .. " << to);
+              std::vector<uint8_t> separate = mosaic, inPlace = mosaic;
+              kernel.blend(source.data(), mosaic.data(), separate.data(), from, to, y, mask);
+              ASSERT_EQ(separate, expected);
+              separate = mosaic;
+              kernel.mirrored(source.data(), mosaic.data(), separate.data(), from, to, mirror, y, mask);
+              kernel.mirrored(source.data(), inPlace.data(), inPlace.data(), from, to, mirror, y, mask);
+              ASSERT_EQ(separate, mirroredExpected);
+              ASSERT_EQ(inPlace, mirroredExpected);
+            }
+          }
         }
       }
     }

@@ -135,5 +135,10 @@ void BlendRoundRowMirrored(const uint8_t* source, const uint8_t* over, uint8_t* 
                            int y, const RoundMask& mask);
 void BlendRoundRowMirroredSse2(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int mirror,
                                int y, const RoundMask& mask);
+// The same sixteen pixels at a time, where Avx512KernelsUsable().
+void BlendRoundRowAvx512(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
+                         const RoundMask& mask);
+void BlendRoundRowMirroredAvx512(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int mirror,
+                                 int y, const RoundMask& mask);
 
 }  // namespace vek

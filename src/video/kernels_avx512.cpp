@@ -75,4 +75,82 @@ void AddColumnSumsAvx512(const uint8_t* first, std::size_t stride, int pixels, i
                     sums + 64 * std::size_t(blocks), counts ? counts + 16 * std::size_t(blocks) : nullptr);
 }
 
+namespace {
+
+// Sixteen pixels at a time, the coverage with the scalar kernel's single-precision steps in lanes.
+class WideRoundBlender {
+ public:
+  WideRoundBlender(int y, const RoundMask& mask)
+      : dySquared_(_mm512_set1_ps(Squared((y + 0.5f - mask.centreY) / mask.radiusY))),
+        centre_(_mm512_set1_ps(mask.centreX)),
+        radius_(_mm512_set1_ps(mask.radiusX)),
+        reach_(_mm512_set1_ps(mask.reach)),
+        edge_(_mm512_set1_ps(mask.edge)) {}
+
+  // Twice the coverage of pixels x .. x + 15, one to a 32-bit lane.
+  __m512i TwiceCoverage(int x) const {
+    const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    const __m512 column = _mm512_maskz_cvtepi32_ps(0xFFFF, _mm512_add_epi32(_mm512_set1_epi32(x), lanes));
+    const __m512 dx = _mm512_div_ps(_mm512_sub_ps(_mm512_add_ps(column, _mm512_set1_ps(0.5f)), centre_), radius_);
+    const __m512 distance = _mm512_maskz_sqrt_ps(0xFFFF, _mm512_add_ps(_mm512_mul_ps(dx, dx), dySquared_));
+    const __m512 inside = _mm512_div_ps(_mm512_mul_ps(_mm512_sub_ps(_mm512_set1_ps(1.0f), distance), reach_), edge_);
+    const __m512 in256ths = _mm512_maskz_min_ps(
+        0xFFFF, _mm512_maskz_max_ps(0xFFFF, _mm512_mul_ps(inside, _mm512_set1_ps(256.0f)), _mm512_setzero_ps()),
+        _mm512_set1_ps(256.0f));
+    const __m512i coverage = _mm512_maskz_cvttps_epi32(0xFFFF, in256ths);
+    return _mm512_add_epi32(coverage, coverage);
+  }
+
+  // Pixels x .. x + 15, pixel i by 32-bit lane i of `twice`.
+  static void Blend(const uint8_t* source, const uint8_t* over, uint8_t* out, int x, __m512i twice) {
+    // 16-bit lane j of a half of eight pixels takes the low half of the 32-bit lane of its pixel.
+    alignas(64) static constexpr int16_t kFirstEight[32] = {0, 0, 0, 0, 2,  2,  2,  2,  4,  4,  4,  4,  6,  6,  6,  6,
+                                                            8, 8, 8, 8, 10, 10, 10, 10, 12, 12, 12, 12, 14, 14, 14, 14};
+    const __m512i firstEight = _mm512_load_si512(kFirstEight);
+    const __m512i secondEight = _mm512_add_epi16(firstEight, _mm512_set1_epi16(16));
+    const std::size_t at = 4 * std::size_t(x);
+    // floor(d * c / 256) as the multiply-high of d * 128 and c * 2, neither beyond 16 bits.
+    const auto half = [&](std::size_t offset, __m512i spread) {
+      const __m512i s =
+          _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(source + at + offset)));
+      const __m512i o = _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(over + at + offset)));
+      const __m512i difference = _mm512_maskz_slli_epi16(0xFFFFFFFF, _mm512_sub_epi16(o, s), 7);
+      return _mm512_maskz_cvtepi16_epi8(
+          0xFFFFFFFF, _mm512_add_epi16(s, _mm512_mulhi_epi16(difference, _mm512_permutexvar_epi16(spread, twice))));
+    };
+    const __m256i low = half(0, firstEight), high = half(32, secondEight);
+    _mm512_storeu_si512(out + at, _mm512_maskz_inserti64x4(0xFF, _mm512_castsi256_si512(low), high, 1));
+  }
+
+ private:
+  static float Squared(float value) { return value * value; }
+
+  __m512 dySquared_, centre_, radius_, reach_, edge_;
+};
+
+}  // namespace
+
+void BlendRoundRowAvx512(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
+                         const RoundMask& mask) {
+  const WideRoundBlender blender(y, mask);
+  int x = from;
+  for (; x + 16 <= to; x += 16) WideRoundBlender::Blend(source, over, out, x, blender.TwiceCoverage(x));
+  BlendRoundRowSse2(source, over, out, x, to, y, mask);
+}
+
+// Sixteen pixels and their sixteen mirror images, the latter in reverse order.
+void BlendRoundRowMirroredAvx512(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int mirror,
+                                 int y, const RoundMask& mask) {
+  const __m512i reversed = _mm512_setr_epi32(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+  const WideRoundBlender blender(y, mask);
+  int x = from;
+  for (; x + 16 <= to; x += 16) {
+    const __m512i twice = blender.TwiceCoverage(x);
+    WideRoundBlender::Blend(source, over, out, x, twice);
+    WideRoundBlender::Blend(source, over, out, mirror - x - 15,
+                            _mm512_maskz_permutexvar_epi32(0xFFFF, reversed, twice));
+  }
+  BlendRoundRowMirroredSse2(source, over, out, x, to, mirror, y, mask);
+}
+
 }  // namespace vek

@@ -343,6 +343,11 @@ class CircleKeeper {
         x1_(std::min(x0 + width, frame.width)), y0_(y0), y1_(std::min(y0 + height, frame.height)),
         mirror_(2 * x0 + width - 1) {}
 
+  using Blend = void (*)(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int y,
+                         const RoundMask& mask);
+  using BlendMirrored = void (*)(const uint8_t* source, const uint8_t* over, uint8_t* out, int from, int to, int mirror,
+                                 int y, const RoundMask& mask);
+
   void KeepRows(int from, int to) const {
     for (int y = std::max(from, y0_); y < std::min(to, y1_); ++y) KeepRow(y);
   }
@@ -357,10 +362,10 @@ class CircleKeeper {
     const RowCoverage row = CoverageOfRow(mask_, y, x0_, x1_);
     CopyColumns(source, target, x0_, row.rimStart);
     if (MirrorImages(row)) {
-      BlendRoundRowMirroredSse2(source, mosaic, target, row.rimStart, row.fullStart, mirror_, y, mask_);
+      blendMirrored_(source, mosaic, target, row.rimStart, row.fullStart, mirror_, y, mask_);
     } else {  // the frame cuts the rectangle, or the two edges meet in the middle column
-      BlendRoundRowSse2(source, mosaic, target, row.rimStart, row.fullStart, y, mask_);
-      BlendRoundRowSse2(source, mosaic, target, row.fullEnd, row.rimEnd, y, mask_);
+      blend_(source, mosaic, target, row.rimStart, row.fullStart, y, mask_);
+      blend_(source, mosaic, target, row.fullEnd, row.rimEnd, y, mask_);
     }
     if (work) CopyColumns(work, target, row.fullStart, row.fullEnd);
     CopyColumns(source, target, row.rimEnd, x1_);
@@ -379,6 +384,8 @@ class CircleKeeper {
   RoundMask mask_;
   int x0_, x1_, y0_, y1_;
   int mirror_;  // twice the ellipse's centre column, less 1
+  Blend blend_ = Avx512KernelsUsable() ? BlendRoundRowAvx512 : BlendRoundRowSse2;
+  BlendMirrored blendMirrored_ = Avx512KernelsUsable() ? BlendRoundRowMirroredAvx512 : BlendRoundRowMirroredSse2;
 };
 
 }  // namespace
