@@ -203,7 +203,8 @@ int CPhoto::Equalize() noexcept {
 
 // The vector kernel holds degrees up to 256 in 16-bit lanes; hosts may send any other.
 int CPhoto::ContrastMask(int32_t degree) noexcept {
-  const auto mask = degree >= 0 && degree <= 256 ? vek::ContrastMaskRowSse2 : vek::ContrastMaskRow;
+  const auto vectorMask = vek::Avx512KernelsUsable() ? vek::ContrastMaskRowAvx512 : vek::ContrastMaskRowSse2;
+  const auto mask = degree >= 0 && degree <= 256 ? vectorMask : vek::ContrastMaskRow;
   ForEachBand([&](const uint8_t* source, uint8_t* out, std::size_t pixels) { mask(source, out, pixels, degree); });
   return 1;
 }

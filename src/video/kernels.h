@@ -97,6 +97,8 @@ using StretchRowFn = void (*)(const uint8_t*, uint8_t*, std::size_t, const Stret
 void ContrastMaskRow(const uint8_t* source, uint8_t* out, std::size_t pixels, int32_t degree);
 // The same for degrees 0 to 256, in 16-bit lanes.
 void ContrastMaskRowSse2(const uint8_t* source, uint8_t* out, std::size_t pixels, int32_t degree);
+// The same sixteen pixels at a time, where Avx512KernelsUsable().
+void ContrastMaskRowAvx512(const uint8_t* source, uint8_t* out, std::size_t pixels, int32_t degree);
 
 // Sums of the four bytes over a block of `rows` rows of `pixels` pixels, `stride` bytes apart; when
 // `opaqueOnly`, pixels of alpha 0 are left out. Returns the number of pixels counted. Sums and count
