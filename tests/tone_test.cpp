@@ -50,17 +50,21 @@ Frame ExpectedThreshold(const Frame& a, const Frame& b, int type, float progress
 TEST(Threshold, KeysAtThreeTimesTheThresholdKeepAAndProgressIsTruncated) {
   const uint8_t bright[4] = {100, 100, 200, 9}, dim[4] = {100, 100, 180, 9}, exact[4] = {127, 127, 127, 9},
                 below[4] = {127, 127, 126, 9}, other[4] = {1, 2, 3, 4};
-  Frame a = Frame::Filled(4, 1, 0), b = Uniform(4, 1, other);
+  // The four keys repeat along a row long enough for every vector step.
+  constexpr int kWidth = 36;
+  Frame a = Frame::Filled(kWidth, 1, 0), b = Uniform(kWidth, 1, other);
   const uint8_t* keys[] = {bright, dim, exact, below};
-  for (int x = 0; x < 4; ++x) std::copy_n(keys[x], 4, a.Pixel(x, 0));
-  const Frame out = TransitionRun("DSP_TR_Threshold", 4, 1).RenderOnce(a, b, 0.5f);  // t = 127
-  EXPECT_TRUE(vek::test::PixelIs(out.Row(0), bright)) << "sum 400 >= 381";
-  EXPECT_TRUE(vek::test::PixelIs(out.Row(0) + 4, other)) << "sum 380 < 381";
-  EXPECT_TRUE(vek::test::PixelIs(out.Row(0) + 8, exact)) << "sum 381 = 3t keeps A";
-  EXPECT_TRUE(vek::test::PixelIs(out.Row(0) + 12, other));
+  for (int x = 0; x < kWidth; ++x) std::copy_n(keys[x % 4], 4, a.Pixel(x, 0));
+  Frame out = TransitionRun("DSP_TR_Threshold", kWidth, 1).RenderOnce(a, b, 0.5f);  // t = 127
+  for (int x = 0; x < kWidth; x += 4) {
+    EXPECT_TRUE(vek::test::PixelIs(out.Pixel(x, 0), bright)) << "sum 400 >= 381, at " << x;
+    EXPECT_TRUE(vek::test::PixelIs(out.Pixel(x + 1, 0), other)) << "sum 380 < 381, at " << x + 1;
+    EXPECT_TRUE(vek::test::PixelIs(out.Pixel(x + 2, 0), exact)) << "sum 381 = 3t keeps A, at " << x + 2;
+    EXPECT_TRUE(vek::test::PixelIs(out.Pixel(x + 3, 0), other)) << "at " << x + 3;
+  }
   const uint8_t white[4] = {255, 255, 255, 255};
-  Frame whiteA = Uniform(4, 1, white);
-  EXPECT_EQ(TransitionRun("DSP_TR_Threshold", 4, 1).RenderOnce(whiteA, b, 1.0f).bytes, b.bytes)
+  Frame whiteA = Uniform(kWidth, 1, white);
+  EXPECT_EQ(TransitionRun("DSP_TR_Threshold", kWidth, 1).RenderOnce(whiteA, b, 1.0f).bytes, b.bytes)
       << "progress 1 shows B whole, though a white key would keep A by the rule";
 
   // With "Two" the black of B shows from t = 1, that is from progress 1/255.
@@ -74,7 +78,7 @@ TEST(Threshold, KeysAtThreeTimesTheThresholdKeepAAndProgressIsTruncated) {
 }
 
 TEST(Threshold, FramesAndFieldsFollowTheKeyRuleInBothLayouts) {
-  for (int width : {1, 3, 4, 5, 13}) {
+  for (int width : {1, 3, 4, 5, 13, 37}) {
     Frame a = Frame::Random(width, 5, 31), b = Frame::Random(width, 5, 32);
     for (int layout : {0, 1}) {
       for (int type : {0, 1}) {
@@ -133,7 +137,7 @@ Frame ExpectedXRay(const Frame& a, const Frame& b, float p, bool lumaChroma) {
 }
 
 TEST(XRay, EveryPhaseFollowsItsFormulaInBothLayouts) {
-  for (int width : {1, 3, 4, 5, 8, 13, 17}) {
+  for (int width : {1, 3, 4, 5, 8, 13, 17, 37}) {
     Frame a = Frame::Random(width, 4, 41), b = Frame::Random(width, 4, 42);
     for (int layout : {0, 1}) {
       for (float progress : {0.0f, 0.13f, 0.2f, 0.4f, 0.41f, 0.55f, 0.7f, 0.8f, 0.81f, 0.93f, 1.0f}) {

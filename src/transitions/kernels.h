@@ -135,6 +135,8 @@ void ThresholdRowScalar(const uint8_t* key, const uint8_t* a, const uint8_t* b, 
                         bool lumaKey);
 void ThresholdRowSse2(const uint8_t* key, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int limit,
                       bool lumaKey);
+void ThresholdRowAvx512(const uint8_t* key, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int limit,
+                        bool lumaKey);
 
 // X-ray, ARGB, with Y the pixel's luma and n = 255 - Y its negative grey. The negative phase moves
 // each colour byte c to (c * (1024 - weight) + n * weight) >> 10; the tone phase sets all three to
@@ -160,6 +162,7 @@ void XRayLumaToneRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int 
 // 0..1024; alpha is kept.
 void TowardColourRowScalar(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
 void TowardColourRowSse2(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
+void TowardColourRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour);
 
 // Colour split, one output row gathered: a pixel of A falls m * fall rows, m its tone class ((byte 0
 // + byte 1 + byte 2) >> 7, or (luma + 31) >> 6 in the luma/chroma layout; 0 counts as 1), and the

@@ -371,4 +371,36 @@ void XRayLumaNegativeRowAvx512(const uint8_t* source, uint8_t* out, int pixels, 
   XRayLumaNegativeRowSse2(source, out, pixels - x, weight);
 }
 
+// Sixteen pixels a step; the last pixels are the SSE2 row's.
+void TowardColourRowAvx512(const uint8_t* source, uint8_t* out, int pixels, int weight, const uint8_t* colour) {
+  const __m512i evenWeights = _mm512_set1_epi16(int16_t(weight)), oddWeights = _mm512_set1_epi32(weight);
+  const __m512i evenTargets = _mm512_set1_epi32(colour[2] << 16 | colour[0]);
+  const __m512i oddTargets = _mm512_set1_epi32(colour[1]);
+  int x = 0;
+  for (; x + 16 <= pixels; x += 16, source += 64, out += 64) {
+    const __m512i sixteen = _mm512_loadu_si512(source);
+    _mm512_storeu_si512(out, Interleave(Toward(EvenBytes(sixteen), evenTargets, evenWeights),
+                                        Toward(OddBytes(sixteen), oddTargets, oddWeights)));
+  }
+  TowardColourRowSse2(source, out, pixels - x, weight, colour);
+}
+
+// Sixteen pixels a step; the last pixels are the SSE2 row's.
+void ThresholdRowAvx512(const uint8_t* key, const uint8_t* a, const uint8_t* b, uint8_t* out, int pixels, int limit,
+                        bool lumaKey) {
+  const __m512i lowByte = _mm512_set1_epi32(0xFF), limits = _mm512_set1_epi32(limit);
+  int x = 0;
+  for (; x + 16 <= pixels; x += 16, key += 64, a += 64, b += 64, out += 64) {
+    const __m512i k = _mm512_loadu_si512(key);
+    __m512i brightness = _mm512_and_si512(ShiftRight<16>(k), lowByte);
+    if (!lumaKey) {
+      brightness = _mm512_add_epi32(brightness, _mm512_and_si512(k, lowByte));
+      brightness = _mm512_add_epi32(brightness, _mm512_and_si512(ShiftRight<8>(k), lowByte));
+    }
+    const __mmask16 showsA = _mm512_cmpge_epi32_mask(brightness, limits);
+    _mm512_storeu_si512(out, _mm512_mask_blend_epi32(showsA, _mm512_loadu_si512(b), _mm512_loadu_si512(a)));
+  }
+  ThresholdRowSse2(key, a, b, out, pixels - x, limit, lumaKey);
+}
+
 }  // namespace vek

@@ -47,10 +47,11 @@ VekStatus TR_Threshold::Process(VekEffectInstance* instance) noexcept {
   const bool lumaKey = IsLumaChroma(*instance);
   const int t = ProgressWeight(frame.progress, 255);
   const uint8_t* key = type == 0 ? frame.sourceA : frame.sourceB;
+  const auto thresholdRow = Avx512KernelsUsable() ? ThresholdRowAvx512 : ThresholdRowSse2;
   VisitRows(frame, [&](int y) {
     const std::size_t offset = std::size_t(y) * frame.rowBytes;
-    ThresholdRowSse2(key + offset, frame.sourceA + offset, frame.sourceB + offset, frame.output + offset, frame.width,
-                     lumaKey ? t : 3 * t, lumaKey);
+    thresholdRow(key + offset, frame.sourceA + offset, frame.sourceB + offset, frame.output + offset, frame.width,
+                 lumaKey ? t : 3 * t, lumaKey);
   });
   return VEK_S_OK;
 }
@@ -96,8 +97,9 @@ VekStatus TR_XRay::Process(VekEffectInstance* instance) noexcept {
     const VekYuv white = VekRgbToYuv(255, 255, 255);
     const uint8_t whiteBytes[3] = {lumaChroma ? white.v : uint8_t(255), lumaChroma ? white.u : uint8_t(255),
                                    lumaChroma ? white.y : uint8_t(255)};
+    const auto towardRow = Avx512KernelsUsable() ? TowardColourRowAvx512 : TowardColourRowSse2;
     eachRow(frame.sourceB, [&](const uint8_t* source, uint8_t* out, int pixels) {
-      TowardColourRowSse2(source, out, pixels, 1024 - k, whiteBytes);
+      towardRow(source, out, pixels, 1024 - k, whiteBytes);
     });
   }
   return VEK_S_OK;
