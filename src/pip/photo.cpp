@@ -31,13 +31,12 @@ namespace {
 // more than they save.
 constexpr std::size_t kPairedFrom = std::size_t(1) << 18;
 
-// Large bands count bytes 0 and 1 as pairs, when the pair counts can be had.
+// Large bands count their colour bytes in pairs, when the pair tables can be had.
 void CountBand(const uint8_t* source, std::size_t pixels, uint32_t (&histograms)[3][256]) noexcept {
   if (pixels >= kPairedFrom) {
     const std::unique_ptr<uint32_t[]> pairs(new (std::nothrow) uint32_t[vek::kPairCountEntries]());
     if (pairs) {
-      vek::CountColourPairs(source, pixels, pairs.get(), histograms[2]);
-      vek::SplitPairCounts(pairs.get(), histograms[0], histograms[1]);
+      vek::CountColourPairs(source, pixels, pairs.get(), histograms);
       return;
     }
   }

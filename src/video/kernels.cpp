@@ -101,36 +101,40 @@ void CountColourBytes(const uint8_t* pixels, std::size_t count, uint32_t (&histo
   }
 }
 
-void CountColourPairs(const uint8_t* pixels, std::size_t count, uint32_t* pairs, uint32_t (&third)[256]) {
+namespace {
+
+// Adds a table of pair counts, entry(low | high << 8) for each pair, to the histograms of its low and
+// high bytes (which may be one histogram).
+template <class Entry>
+void AddPairMargins(Entry&& entry, uint32_t (&low)[256], uint32_t (&high)[256]) {
+  for (std::size_t upper = 0; upper < 256; ++upper) {
+    uint32_t row = 0;
+    for (std::size_t at = upper * 256, lower = 0; lower < 256; ++lower, ++at) {
+      const uint32_t count = entry(at);
+      low[lower] += count, row += count;
+    }
+    high[upper] += row;
+  }
+}
+
+}  // namespace
+
+void CountColourPairs(const uint8_t* pixels, std::size_t count, uint32_t* pairs, uint32_t (&histograms)[3][256]) {
   uint32_t* const otherPairs = pairs + kPairTableEntries;
-  uint32_t thirds[4][256] = {};
+  uint32_t* const neighbourPairs = pairs + 2 * kPairTableEntries;
   const uint8_t* const end = pixels + 4 * count;
   for (; end - pixels >= 16; pixels += 16) {
     uint64_t first, second;
     std::memcpy(&first, pixels, 8);
     std::memcpy(&second, pixels + 8, 8);
-    ++pairs[uint16_t(first)], ++thirds[0][uint8_t(first >> 16)];
-    ++otherPairs[uint16_t(first >> 32)], ++thirds[1][uint8_t(first >> 48)];
-    ++pairs[uint16_t(second)], ++thirds[2][uint8_t(second >> 16)];
-    ++otherPairs[uint16_t(second >> 32)], ++thirds[3][uint8_t(second >> 48)];
+    ++pairs[uint16_t(first)], ++otherPairs[uint16_t(first >> 32)];
+    ++neighbourPairs[uint8_t(first >> 16) | (uint32_t(first >> 40) & 0xff00)];
+    ++pairs[uint16_t(second)], ++otherPairs[uint16_t(second >> 32)];
+    ++neighbourPairs[uint8_t(second >> 16) | (uint32_t(second >> 40) & 0xff00)];
   }
-  for (; pixels != end; pixels += 4) {
-    uint16_t pair;
-    std::memcpy(&pair, pixels, 2);
-    ++pairs[pair], ++thirds[0][pixels[2]];
-  }
-  for (int i = 0; i < 256; ++i) third[i] += thirds[0][i] + thirds[1][i] + thirds[2][i] + thirds[3][i];
-}
-
-void SplitPairCounts(const uint32_t* pairs, uint32_t (&first)[256], uint32_t (&second)[256]) {
-  for (std::size_t high = 0; high < 256; ++high) {
-    uint32_t row = 0;
-    for (std::size_t at = high * 256, low = 0; low < 256; ++low, ++at) {
-      const uint32_t both = pairs[at] + pairs[kPairTableEntries + at];
-      first[low] += both, row += both;
-    }
-    second[high] += row;
-  }
+  CountColourBytes(pixels, std::size_t(end - pixels) / 4, histograms);
+  AddPairMargins([&](std::size_t at) { return pairs[at] + otherPairs[at]; }, histograms[0], histograms[1]);
+  AddPairMargins([&](std::size_t at) { return neighbourPairs[at]; }, histograms[2], histograms[2]);
 }
 
 uint8_t Stretched(const Stretch& stretch, int value) {

@@ -65,15 +65,16 @@ void MirrorRow(const uint8_t* source, uint8_t* out, int pixels, std::ptrdiff_t a
 
 // Histograms of colour bytes 0, 1 and 2, counted on top of what they hold.
 void CountColourBytes(const uint8_t* pixels, std::size_t count, uint32_t (&histograms)[3][256]);
-// The same count with two increments a pixel instead of three: bytes 0 and 1 as one pair, byte 2
-// alone. `pairs` holds two tables of pair counts (at byte 0 | byte 1 << 8), which neighbouring
-// pixels take in turn, as they take four histograms of byte 2 before these are added to `third`:
-// in a picture's runs of equal pixels, each increment would otherwise wait for the one before it.
-// Both are counted on top of what they hold. SplitPairCounts adds the pairs of both tables to the
-// histograms of bytes 0 and 1.
-constexpr std::size_t kPairTableEntries = 65536, kPairCountEntries = 2 * kPairTableEntries;
-void CountColourPairs(const uint8_t* pixels, std::size_t count, uint32_t* pairs, uint32_t (&third)[256]);
-void SplitPairCounts(const uint32_t* pairs, uint32_t (&first)[256], uint32_t (&second)[256]);
+// The same count with three increments for two pixels instead of six: bytes 0 and 1 of each pixel
+// as one pair (at byte 0 | byte 1 << 8), and byte 2 of two neighbouring pixels as another (at the
+// first's | the second's << 8). The store of each increment is what a count waits on, so fewer and
+// wider increments count faster, and neighbouring pixels are alike enough that their pairs stay in
+// the caches. `pairs` is scratch for three zeroed tables: the pairs of bytes 0 and 1 go to two of
+// them, which neighbouring pixels take in turn, since in a picture's runs of equal pixels each
+// increment would otherwise wait for the one before it. The histograms are counted on top of what
+// they hold.
+constexpr std::size_t kPairTableEntries = 65536, kPairCountEntries = 3 * kPairTableEntries;
+void CountColourPairs(const uint8_t* pixels, std::size_t count, uint32_t* pairs, uint32_t (&histograms)[3][256]);
 
 // A linear stretch of one colour byte: 0 up to `low`, 255 from `high`, trunc((v - low) * scale)
 // between, the product in single precision.
